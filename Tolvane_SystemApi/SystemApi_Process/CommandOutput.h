@@ -1,0 +1,60 @@
+/// The standard output of a shell command: the one road by which the library learns things from shell tools.
+#pragma once
+
+#include "../Handle.h"
+
+#include <array>
+#include <cstddef>
+#include <limits>
+#include <string_view>
+
+/// Runs a shell command and cuts its standard output into pieces: lines, and of a line of more than 2047 bytes
+/// pieces of 2047 bytes and a rest. Reads the pipe itself, because fgets drops text when a signal handler without
+/// SA_RESTART interrupts it.
+class CCommandOutput
+{
+public:
+    static constexpr std::size_t nPieceMax = 2047;
+
+    /// Starts the command. No program that is started meanwhile inherits the pipe, so that a command whose reader
+    /// has gone is told so.
+    explicit CCommandOutput(const char* lpszCmd) : m_Pipe(popen(lpszCmd, "re")) {}
+
+    /// False when the command could not be started; errno then tells why.
+    explicit operator bool() const noexcept { return m_Pipe != nullptr; }
+
+    /// Gives the next piece, line end and null characters included; false at the end of the output. The piece
+    /// lives until the next call.
+    [[nodiscard]] bool ReadPiece(std::string_view& Piece);
+
+private:
+    [[nodiscard]] bool Fill();
+
+    PipeHandle m_Pipe;
+    std::size_t m_nBegin = 0; // what is read and not yet given out: [m_nBegin, m_nEnd)
+    std::size_t m_nEnd = 0;
+    std::array<char, 32768> m_tszBuffer; // on the caller's stack; large reads, so that pieces cost little
+};
+
+/// Where captured text goes.
+struct CAPTURE_TARGET
+{
+    char* ptszBuffer;   ///< text is appended to the text it holds
+    std::size_t nSize;  ///< its size; what does not fit is cut
+    bool bFirstNulEnds; ///< true: nothing is appended after the output's first null character
+};
+
+/// A buffer without a bound, as the exported capture takes it.
+inline constexpr std::size_t nUnbounded = std::numeric_limits<std::size_t>::max();
+
+/// The capture behind SystemApi_Process_ReadCmdReturn, within the bounds of its target: the whole member, error
+/// state included. pInt_Len receives what was appended.
+[[nodiscard]] bool ReadCommand(const char* lpszCmd, const CAPTURE_TARGET& st_Target, int nReadLines = 0,
+                               int nStartLine = 1, int* pInt_Len = nullptr);
+
+/// The whole output, into a buffer of the library's own.
+template <std::size_t nSize>
+[[nodiscard]] bool ReadCommand(const char* lpszCmd, char (&tszBuffer)[nSize])
+{
+    return ReadCommand(lpszCmd, CAPTURE_TARGET{tszBuffer, nSize, false});
+}

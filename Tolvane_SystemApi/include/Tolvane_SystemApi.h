@@ -1,0 +1,336 @@
+/**
+ * SystemApi: one flat interface to the operating system.
+ *
+ * Rules common to all operations:
+ *
+ * Results    Operations return true on success. Check the result, not the code: a failed operation sets
+ *            SystemApi_IsErrorOccur and SystemApi_dwErrorCode; a later success clears the flag and leaves
+ *            the code. SystemApi_GetLastError gives the code and, when asked, errno.
+ * Symbols    An ERROR_... symbol names the operation that sets it. Several symbols share one value, on
+ *            purpose: the operation called tells them apart.
+ * Exceptions Failures of the standard file-system facility leave the file operations as
+ *            std::filesystem::filesystem_error, through the C functions too, with the flag false and the
+ *            code as it was. Memory that cannot be had leaves any operation as std::bad_alloc.
+ * Threads    No call takes a lock or starts a thread; all may run at once. The error flag and code are one
+ *            pair for the whole process, so when two threads fail at once the last writer wins. errno is
+ *            the calling thread's.
+ * Buffers    Records and text buffers are the caller's, who zeroes them first: most operations append to,
+ *            or fill in part, what is there. A text buffer holds 1024 bytes unless its operation says
+ *            otherwise.
+ * Tables     A table of rows handed out is the caller's: give it back with BaseLib_Memory_Free, its address
+ *            and the same count.
+ * Text       A functions take 8-bit text, the native UTF-8 bytes; W functions take wchar_t.
+ * Programs   Many answers come from shell tools. Their text and layout are part of the contract; what they
+ *            write to standard error goes to the caller's.
+ */
+#ifndef TOLVANE_SYSTEMAPI_H
+#define TOLVANE_SYSTEMAPI_H
+
+#include <Tolvane_BaseLib.h>
+
+#include <stddef.h>
+#ifndef __cplusplus
+#include <stdbool.h>
+#endif
+
+#define SYSTEMAPI_EXPORT __attribute__((visibility("default")))
+
+#ifdef __cplusplus
+extern "C"
+{
+#endif
+
+/* ===================================================================================================
+ * Error state
+ * ================================================================================================= */
+
+/** True when the most recent operation that ran failed. One for the whole process; starts as false. */
+extern SYSTEMAPI_EXPORT bool SystemApi_IsErrorOccur;
+
+/**
+ * The code of the most recent failure, 0 before the first; one of the ERROR_... symbols. Kept across later
+ * successes. One for the whole process.
+ */
+extern SYSTEMAPI_EXPORT unsigned long SystemApi_dwErrorCode;
+
+/**
+ * Gives the code of the most recent failure, and the calling thread's errno.
+ *
+ * \param[out] pInt_ErrorCode receives errno as it stands at the moment of this call, whether or not an
+ *                            operation has failed; null when not wanted. After a failure it is what the
+ *                            failing system call left
+ * \return SystemApi_dwErrorCode. The error state does not change.
+ */
+SYSTEMAPI_EXPORT unsigned long SystemApi_GetLastError(int* pInt_ErrorCode);
+
+/* ===================================================================================================
+ * Files: 0x040A0xxx
+ * ================================================================================================= */
+
+#define ERROR_SYSTEMAPI_FILE_GETATTR_PARAMETER 0x040A0001UL      /* path or record is null */
+#define ERROR_SYSTEMAPI_FILE_GETATTR_STAT 0x040A0002UL           /* stat failed; errno */
+#define ERROR_SYSTEMAPI_FILE_SAVEBUFF_PARAMETER 0x040A0010UL     /* path or buffer is null */
+#define ERROR_SYSTEMAPI_FILE_SAVEBUFF_OPEN 0x040A0011UL          /* the file could not be opened; errno */
+#define ERROR_SYSTEMAPI_FILE_ENUMFILE_PARAMETER 0x040A0020UL     /* path or list is null */
+#define ERROR_SYSTEMAPI_FILE_ENUMFILE_NOTFOUND 0x040A0021UL      /* nothing passed the selection */
+#define ERROR_SYSTEMAPI_FILE_ENUMFILE_NOTDIR 0x040A0022UL        /* what is to be walked is no folder */
+#define ERROR_SYSTEMAPI_FILE_CREATEFOLDER_PARAMETER 0x040A0030UL /* path is null */
+#define ERROR_SYSTEMAPI_FILE_CREATEFOLDER_CREATE 0x040A0031UL    /* no folder was created */
+#define ERROR_SYSTEMAPI_FILE_DELETEFOLDER_PARAMETER 0x040A0040UL /* path is null */
+#define ERROR_SYSTEMAPI_FILE_SPARSE_PARAMETER 0x040A0050UL       /* path is null, or size below 1 */
+#define ERROR_SYSTEMAPI_FILE_SPARSE_OPEN 0x040A0051UL            /* the file could not be opened; errno */
+#define ERROR_SYSTEMAPI_FILE_COPY_PARAMETER 0x040A0070UL         /* source or destination is null */
+#define ERROR_SYSTEMAPI_FILE_COPY_EXIST 0x040A0071UL             /* the tested path exists */
+#define ERROR_SYSTEMAPI_FILE_COPY_COPY 0x040A0072UL              /* nothing was copied */
+/* Outside its operation's block on purpose: callers know this value. */
+#define ERROR_SYSTEMAPI_FILE_SPARSE_WRITE 0x040A0502UL /* a write stopped before the size; errno */
+
+/** What is known of a path. */
+typedef struct SYSTEMAPI_FILE_ATTR
+{
+    long long nFileSize;   /**< bytes */
+    long long nCreateTime; /**< last status change (not creation), seconds since 1970-01-01 UTC */
+    long long nAccessTime; /**< last access, seconds since 1970-01-01 UTC */
+    long long nWriteTime;  /**< last modification, seconds since 1970-01-01 UTC */
+    bool bIsFile;          /**< anything but a folder: files, devices, pipes, sockets */
+    bool bIsHidden;        /**< the path as passed begins with a dot, so "./x" does and "/home/u/.x" not */
+    bool bIsRead;          /**< the process may read it, judged by its real user and group */
+} SYSTEMAPI_FILE_ATTR;
+
+/* ===================================================================================================
+ * Hardware: 0x040A2xxx
+ * ================================================================================================= */
+
+#define ERROR_SYSTEMAPI_HARDWARE_GETCPUINFO_PARAMETER 0x040A2001UL    /* record is null */
+#define ERROR_SYSTEMAPI_HARDWARE_GETDISKINFO_PARAMETER 0x040A2001UL   /* path or record is null */
+#define ERROR_SYSTEMAPI_HARDWARE_GETDISKNUMBER_PARAMETER 0x040A2001UL /* count is null */
+#define ERROR_SYSTEMAPI_HARDWARE_GETSERIAL_PARAMETER 0x040A2001UL     /* record is null */
+#define ERROR_SYSTEMAPI_HARDWARE_GETDISKINFO_STATFS 0x040A2002UL      /* statfs failed; errno */
+#define ERROR_SYSTEMAPI_HARDWARE_GETDISKINFO_TYPE 0x040A2003UL        /* unit outside 1 to 4 */
+#define ERROR_SYSTEMAPI_HARDWARE_GETCPUINFO_READ 0x040A2009UL         /* processor table unreadable or short */
+#define ERROR_SYSTEMAPI_HARDWARE_GETDISKNUMBER_OPEN 0x040A2009UL      /* partition table unreadable or short */
+
+/** Kind and size of a file system. */
+typedef struct tag_SystemApi_Disk_Information
+{
+    int nReserved;             /**< never written */
+    unsigned int enDiskType;   /**< 1 FAT, 2 NTFS, 3 old ext2, 4 ext2 to ext4, 0 any other */
+    unsigned long dwDiskTotal; /**< size, in the unit asked for */
+    unsigned long dwDiskFree;  /**< space that an ordinary user may still take, in the unit asked for */
+} tag_SystemApi_Disk_Information;
+
+/** The processor's description. */
+typedef struct tag_SystemApi_Cpu_Information
+{
+    char tszCpuName[128];  /**< model name */
+    char tszCpuVendor[64]; /**< vendor */
+    int nCpuSpeed;         /**< clock rate in MHz, its fraction cut off */
+    int nCpuNumber;        /**< processors online */
+    int nCpuCore;          /**< hardware threads */
+} tag_SystemApi_Cpu_Information;
+
+/** Serial numbers and UUIDs of the machine. */
+typedef struct tag_SystemApi_SdkSerial_Information
+{
+    char tszCpuSerial[64];   /**< processor ID, blanks removed */
+    char tszBoardSerial[64]; /**< mainboard serial number */
+    char tszDiskSerial[64];  /**< in: the disk device to ask for, empty for /dev/sda; out: its UUID */
+    char tszSystemUUID[64];  /**< system (product) UUID */
+} tag_SystemApi_SdkSerial_Information;
+
+/* ===================================================================================================
+ * Processes: 0x040A3xxx
+ * ================================================================================================= */
+
+/* The attribute operations report a null argument with 0x040A3000 too, the affinity operations EPERM with
+ * 0x040A3001, and 0x040A3002 stands for a failed affinity query as well as for a process list that could not
+ * open /proc. */
+#define ERROR_SYSTEMAPI_PROCESS_CREATE_PARAMETER 0x040A3000UL   /* id pointer or path is null */
+#define ERROR_SYSTEMAPI_PROCESS_GETINFO_PARAMETER 0x040A3000UL  /* record is null */
+#define ERROR_SYSTEMAPI_PROCESS_READCMD_PARAMETER 0x040A3000UL  /* command or buffer is null */
+#define ERROR_SYSTEMAPI_PROCESS_RUN_PARAMETER 0x040A3000UL      /* path or first argument is null */
+#define ERROR_SYSTEMAPI_PROCESS_READCMD_POPEN 0x040A3001UL      /* popen failed; errno */
+#define ERROR_SYSTEMAPI_PROCESS_STOP_PERMISSION 0x040A3001UL    /* kill was not permitted */
+#define ERROR_SYSTEMAPI_PROCESS_GETPATH_READLINK 0x040A3002UL   /* readlink failed; errno */
+#define ERROR_SYSTEMAPI_PROCESS_GETINFO_USER 0x040A3006UL       /* no user has the login uid */
+#define ERROR_SYSTEMAPI_PROCESS_GETINFO_NOTFOUND 0x040A3007UL   /* no process has the name */
+#define ERROR_SYSTEMAPI_PROCESS_STOP_NOTFOUND 0x040A3007UL      /* no process has the name */
+#define ERROR_SYSTEMAPI_PROCESS_GETPRIORITY_FAILED 0x040A3013UL /* getpriority gave -1; errno */
+#define ERROR_SYSTEMAPI_PROCESS_SETPRIORITY_FAILED 0x040A3014UL /* setpriority failed; errno */
+#define ERROR_SYSTEMAPI_PROCESS_SETPRIORITY_RANGE 0x040A3015UL  /* priority above -20 */
+#define ERROR_SYSTEMAPI_PROCESS_STOP_READCMD 0x040A3016UL       /* the name could not be looked up; errno */
+#define ERROR_SYSTEMAPI_PROCESS_STOP_KILL 0x040A3017UL          /* kill failed; errno */
+#define ERROR_SYSTEMAPI_PROCESS_RUN_FORK 0x040A3018UL           /* fork failed; errno */
+#define ERROR_SYSTEMAPI_PROCESS_CREATE_SPAWN 0x040A3019UL       /* posix_spawn failed */
+#define ERROR_SYSTEMAPI_PROCESS_RUN_EXEC 0x040A3019UL           /* in the child: execl failed; errno */
+#define ERROR_SYSTEMAPI_PROCESS_SETCPU_FAILED 0x040A3020UL      /* sched_setaffinity failed; errno */
+
+/** What is known of one process. */
+typedef struct tag_SystemApi_Process_Infomation
+{
+    int nPid;               /**< process id */
+    int nThreadCount;       /**< number of threads */
+    char tszAppName[1024];  /**< command name, its brackets kept: "(bash)" */
+    char tszUserName[1024]; /**< name of the user that logged in */
+    int nAppState;          /**< 0 running, 1 sleeping, 2 uninterruptible, 3 zombie, 4 stopped, 5 paging, 6 unknown */
+    int nVirtualMem;        /**< total program size in pages, divided by 4 */
+    int nResidentMem;       /**< resident pages, divided by 4 */
+    int nSharedMem;         /**< shared pages, divided by 4 */
+} tag_SystemApi_Process_Infomation;
+
+/**
+ * Runs a shell command line and appends a run of lines of its standard output to the caller's buffer.
+ *
+ * \param[in]     lpszCmd       the command line, handed to the shell as it stands (popen). Never build it from
+ *                              text of an untrusted source
+ * \param[in,out] ptszMsgBuffer lines are appended to the text it holds, each with its line end. No size is
+ *                              passed: the caller makes it large enough for what the command may print
+ * \param[in]     nReadLines    the most lines to take; 0 or less takes all
+ * \param[in]     nStartLine    the first line to take, counted from 1; 0 or less means 1
+ * \param[out]    pInt_Len      receives the number of bytes appended, on success; null when not wanted
+ * \return true, also when the command failed or printed nothing: its exit status is not looked at. False with
+ *         ..._READCMD_PARAMETER or ..._READCMD_POPEN, buffer and length untouched.
+ *
+ * Blocks until the command ends, also when the wanted lines came early: a command that goes on writing then
+ * gets SIGPIPE. A signal handler that interrupts the reading loses nothing.
+ *
+ * Surprising on purpose: a line of more than 2047 bytes counts as several, of 2047 bytes each and a rest; of
+ * each only what stands before its first null character is appended.
+ */
+SYSTEMAPI_EXPORT bool SystemApi_Process_ReadCmdReturn(const char* lpszCmd, char* ptszMsgBuffer, int nReadLines,
+                                                      int nStartLine, int* pInt_Len);
+
+/* ===================================================================================================
+ * The system: 0x040A1xxx
+ * ================================================================================================= */
+
+#define ERROR_SYSTEMAPI_SYSTEM_GETSYSTEMVER_PARAMETER 0x040A1001UL    /* name, version, build or type is null */
+#define ERROR_SYSTEMAPI_SYSTEM_GETSYSTEMVER_UNAME 0x040A1002UL        /* uname failed; errno */
+#define ERROR_SYSTEMAPI_SYSTEM_GETMEMORYUSAGE_PARAMETER 0x040A1010UL  /* record is null */
+#define ERROR_SYSTEMAPI_SYSTEM_GETMEMORYUSAGE_POPEN 0x040A1011UL      /* popen failed; errno */
+#define ERROR_SYSTEMAPI_SYSTEM_GETCPUUSAGE_PARAMETER 0x040A1020UL     /* usage is null */
+#define ERROR_SYSTEMAPI_SYSTEM_GETUPTIME_PARAMETER 0x040A1030UL       /* record is null */
+#define ERROR_SYSTEMAPI_SYSTEM_GETUPTIME_LOCALTIME 0x040A1032UL       /* no local time could be made */
+#define ERROR_SYSTEMAPI_SYSTEM_GETPROCESSCOUNT_PARAMETER 0x040A1040UL /* count is null */
+#define ERROR_SYSTEMAPI_SYSTEM_GETPROCESSCOUNT_SYSINFO 0x040A1041UL   /* sysinfo failed; errno */
+#define ERROR_SYSTEMAPI_SYSTEM_SHUTDOWN_PARAMETER 0x040A1050UL        /* unknown selector */
+#define ERROR_SYSTEMAPI_SYSTEM_SHUTDOWN_EXEC 0x040A1051UL             /* the action failed; errno */
+#define ERROR_SYSTEMAPI_SYSTEM_SYSTEMEX_PARAMETER 0x040A1060UL        /* command is null */
+#define ERROR_SYSTEMAPI_SYSTEM_SYSTEMEX_SIGNAL 0x040A1061UL           /* sigaction or sigprocmask failed; errno */
+#define ERROR_SYSTEMAPI_SYSTEM_SYSTEMEX_FORK 0x040A1062UL             /* fork failed; errno */
+#define ERROR_SYSTEMAPI_SYSTEM_GETSYSIDLETIME_OPEN 0x040A10B1UL       /* /proc/stat could not be opened; errno */
+#define ERROR_SYSTEMAPI_SYSTEM_GETOCCUPY_OPEN 0x040A10F0UL            /* /proc/stat could not be opened; errno */
+#define ERROR_SYSTEMAPI_SYSTEM_GETOCCUPY_READ 0x040A10F1UL            /* /proc/stat has no first line */
+
+/* What SystemApi_System_Shutdown does. 0x10006 lies in the range and is refused. */
+#define SYSTEMAPI_SHUTDOWN_TYPE_POWEROFF 0x10001UL   /* halt the machine */
+#define SYSTEMAPI_SHUTDOWN_TYPE_MONITOROFF 0x10002UL /* blank the display */
+#define SYSTEMAPI_SHUTDOWN_TYPE_REBOOT 0x10003UL     /* restart the machine */
+#define SYSTEMAPI_SHUTDOWN_TYPE_LOGOFF 0x10004UL     /* end the processes of the user called "username" */
+#define SYSTEMAPI_SHUTDOWN_TYPE_LOCK 0x10005UL       /* lock the screen */
+#define SYSTEMAPI_SHUTDOWN_TYPE_SUSPEND 0x10007UL    /* suspend to disk */
+
+/** The machine's memory. The unit is chosen in the call; nMemoryShared is in bytes in every unit. */
+typedef struct tag_SystemApi_Memory_Infomation
+{
+    int nMemoryLoad;                /**< per cent of physical memory in use, its fraction cut off */
+    unsigned long nMemoryTotal;     /**< MemTotal */
+    unsigned long nMemoryAvailable; /**< MemAvailable */
+    unsigned long nSwapTotal;       /**< SwapTotal */
+    unsigned long nSwapFree;        /**< SwapFree */
+    unsigned long nMemoryShared;    /**< the last line that begins with Shmem, always in bytes */
+    unsigned long nMemoryReserved1; /**< never filled, but scaled in place by the unit */
+    unsigned long nMemoryReserved2; /**< never filled, but scaled in place by the unit */
+} tag_SystemApi_Memory_Infomation;
+
+/** One sample of one processor's time counters, in clock ticks; they wrap. */
+typedef struct tag_LinuxSdk_SystemCpu_Occupy
+{
+    char tszCpuName[20];   /**< first word of the line, "cpu0" */
+    unsigned int dwUser;   /**< user time */
+    unsigned int dwNice;   /**< niced user time */
+    unsigned int dwSystem; /**< system time */
+    unsigned int dwIdle;   /**< idle time */
+} tag_LinuxSdk_SystemCpu_Occupy;
+
+/** One process of the process list. */
+typedef struct SYSTEMAPI_PROCESS_INFO
+{
+    char tszProcessName[1024]; /**< the first argument of its command line; empty for a kernel thread */
+    int nPid;                  /**< process id */
+} SYSTEMAPI_PROCESS_INFO;
+
+/**
+ * Tells the distribution's name, version and code name, and the kernel's release.
+ *
+ * \param[in,out] ptszOSName    1024 bytes: NAME of /etc/os-release, without its quotes
+ * \param[in,out] ptszOSVersion 1024 bytes: VERSION_ID, without its quotes
+ * \param[in,out] ptszOSBuild   1024 bytes: the text in brackets in VERSION, the code name
+ * \param[out]    pInt_OSType   receives 2, the code of this platform
+ * \param[out]    ptszKernel    65 bytes: the release that uname gives; null when not wanted
+ * \return true, or false with ..._GETSYSTEMVER_PARAMETER or ..._GETSYSTEMVER_UNAME and nothing written.
+ *
+ * Runs "cat /etc/os-release" and takes its first 1023 bytes. A file that is missing, or holds no such line, is
+ * no failure: the buffers keep what the caller left in them.
+ *
+ * Surprising on purpose: keys are compared without regard to case and by their beginning alone (NAME, then
+ * VERSION_ID, then VERSION), and a later line overwrites an earlier one. VERSION_CODENAME is a VERSION line too,
+ * one without brackets, which writes nothing.
+ */
+SYSTEMAPI_EXPORT bool SystemApi_System_GetSystemVer(char* ptszOSName, char* ptszOSVersion, char* ptszOSBuild,
+                                                    unsigned long* pInt_OSType, char* ptszKernel);
+
+/**
+ * Tells the effective user's name and the host's name.
+ *
+ * \param[out] ptszUserName 1024 bytes: the name of the effective user in the user database, untouched where
+ *                          the user has no entry; null when not wanted
+ * \param[out] ptszSysName  1024 bytes: the name that gethostname gives; null when not wanted
+ * \return true, always.
+ */
+SYSTEMAPI_EXPORT bool SystemApi_System_GetSysName(char* ptszUserName, char* ptszSysName);
+
+/**
+ * Tells the machine's memory, swap and shared memory, and how much of the memory is in use.
+ *
+ * \param[in,out] pSt_MemoryInfo the caller's record; a field whose line is missing keeps what it held, and is
+ *                               scaled all the same
+ * \param[in]     nType          unit: 1 bytes, 2 KiB, 3 MiB, 4 GiB, rounded down; any other value bytes
+ * \return true, or false with ..._GETMEMORYUSAGE_PARAMETER or ..._GETMEMORYUSAGE_POPEN, record untouched.
+ *
+ * Runs "cat /proc/meminfo" and waits for it; a signal handler that interrupts the reading loses nothing.
+ *
+ * Surprising on purpose: names are compared by their beginning alone, so nMemoryShared holds the last line that
+ * begins with Shmem (ShmemPmdMapped, on most kernels), and it stays in bytes whatever the unit. The two reserved
+ * fields are scaled, though nothing fills them. A total of 0 gives a load of -2147483648.
+ */
+SYSTEMAPI_EXPORT bool SystemApi_System_GetMemoryUsage(tag_SystemApi_Memory_Infomation* pSt_MemoryInfo, int nType);
+
+/**
+ * Lists the processes whose id is above 100.
+ *
+ * \param[out] pppSt_ProcessList receives a table of *pInt_ListCount records, in the order of /proc; must not be
+ *                               null. Give it back with BaseLib_Memory_Free and the same count
+ * \param[out] pInt_ListCount    receives the number of records; must not be null
+ * \return true, or false with 0x040A3002 (a code of the process block, on purpose) when /proc could not be
+ *         opened; the outputs are then untouched and errno tells why.
+ *
+ * Runs "cat /proc/<id>/cmdline" for each process, one after the other. A process that ends meanwhile is left
+ * out, or listed with an empty name; its cat then complains on standard error.
+ */
+SYSTEMAPI_EXPORT bool SystemApi_System_GetProcessList(SYSTEMAPI_PROCESS_INFO*** pppSt_ProcessList,
+                                                      int* pInt_ListCount);
+
+/**
+ * Tells how many tasks the kernel counts, threads included (sysinfo).
+ *
+ * \param[out] pInt_ProcessCount receives the count, at most 65535
+ * \return true, or false with ..._GETPROCESSCOUNT_PARAMETER or ..._GETPROCESSCOUNT_SYSINFO, output untouched.
+ */
+SYSTEMAPI_EXPORT bool SystemApi_System_GetProcessCount(int* pInt_ProcessCount);
+
+#ifdef __cplusplus
+}
+#endif
+
+#endif

@@ -1,0 +1,60 @@
+#include "pch.h"
+
+#include "SystemApi_File/SystemApi_File.h"
+#include "SystemApi_HardWare/SystemApi_HardWare.h"
+#include "SystemApi_Process/SystemApi_Process.h"
+#include "SystemApi_System/SystemApi_System.h"
+
+#include <cerrno>
+
+// The error state.
+bool SystemApi_IsErrorOccur = false;
+unsigned long SystemApi_dwErrorCode = 0;
+
+// The four objects, constructed in this order and destroyed in the reverse one.
+CSystemApi_File m_FileSdk;
+CSystemApi_HardWare m_Hardware;
+CSystemApi_Process m_ProcessSdk;
+CSystemApi_System m_SystemSdk;
+
+unsigned long SystemApi_GetLastError(int* pInt_ErrorCode)
+{
+    if (pInt_ErrorCode)
+        *pInt_ErrorCode = errno;
+    return std::atomic_ref(SystemApi_dwErrorCode).load(std::memory_order_relaxed);
+}
+
+// Files
+
+// Hardware
+
+// Processes
+bool SystemApi_Process_ReadCmdReturn(const char* lpszCmd, char* ptszMsgBuffer, int nReadLines, int nStartLine,
+                                     int* pInt_Len)
+{
+    return m_ProcessSdk.SystemApi_Process_ReadCmdReturn(lpszCmd, ptszMsgBuffer, nReadLines, nStartLine, pInt_Len);
+}
+
+// The system
+bool SystemApi_System_GetSystemVer(char* ptszOSName, char* ptszOSVersion, char* ptszOSBuild,
+                                   unsigned long* pInt_OSType, char* ptszKernel)
+{
+    return m_SystemSdk.SystemApi_System_GetSystemVer(ptszOSName, ptszOSVersion, ptszOSBuild, pInt_OSType,
+                                                     ptszKernel);
+}
+bool SystemApi_System_GetSysName(char* ptszUserName, char* ptszSysName)
+{
+    return m_SystemSdk.SystemApi_System_GetSysName(ptszUserName, ptszSysName);
+}
+bool SystemApi_System_GetMemoryUsage(tag_SystemApi_Memory_Infomation* pSt_MemoryInfo, int nType)
+{
+    return m_SystemSdk.SystemApi_System_GetMemoryUsage(pSt_MemoryInfo, nType);
+}
+bool SystemApi_System_GetProcessList(SYSTEMAPI_PROCESS_INFO*** pppSt_ProcessList, int* pInt_ListCount)
+{
+    return m_SystemSdk.SystemApi_System_GetProcessList(pppSt_ProcessList, pInt_ListCount);
+}
+bool SystemApi_System_GetProcessCount(int* pInt_ProcessCount)
+{
+    return m_SystemSdk.SystemApi_System_GetProcessCount(pInt_ProcessCount);
+}

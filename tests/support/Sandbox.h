@@ -1,0 +1,19 @@
+/// Child processes in which a test may do what it must not do to itself or to the machine.
+#pragma once
+
+#include <functional>
+
+/// Runs the body in a child process and takes over its failures, leaks included. For what cannot be undone:
+/// giving up root, limits, signal dispositions.
+void RunInChild(const std::function<void()>& pfnBody);
+
+/// As RunInChild, in a mount namespace of the child's own, so that kernel files can be replaced (CFakeFile) without
+/// the machine noticing. Skips the test, with the reason, where the machine allows no namespace; with
+/// SYSTEMAPI_TESTS_FORBID_SKIP in the environment that is a failure. An ordinary user looks like root inside.
+void RunSandboxed(const std::function<void()>& pfnBody);
+
+/// Skips the running test, or fails it where skips are forbidden.
+void SkipBecause(const char* lpszWhy);
+
+/// Becomes an ordinary user for good; nothing to do for one. In a child process only, not in a sandbox.
+void GiveUpRoot();
