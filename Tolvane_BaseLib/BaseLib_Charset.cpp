@@ -24,8 +24,12 @@ enum class Outcome
 /// The strict UTF-8 form of one character; 0 bytes where there is none.
 std::size_t EncodeUtf8(std::uint32_t nCode, char (&tszForm)[4]) noexcept
 {
-    const auto Lead = [nCode](int nShift, unsigned nMark) { return static_cast<char>(nMark | (nCode >> nShift)); };
-    const auto Trail = [nCode](int nShift) { return static_cast<char>(0x80U | ((nCode >> nShift) & 0x3FU)); };
+    const auto Lead = [nCode](int nShift, unsigned nMark) {
+        return static_cast<char>(nMark | (nCode >> nShift));
+    };
+    const auto Trail = [nCode](int nShift) {
+        return static_cast<char>(0x80U | ((nCode >> nShift) & 0x3FU));
+    };
 
     if (nCode < 0x80)
     {

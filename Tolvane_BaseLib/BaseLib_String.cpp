@@ -98,7 +98,8 @@ bool BaseLib_String_GetKeyValueA(const char* lpszLine, const char* lpszSeparator
     return bFit;
 }
 
-bool BaseLib_String_GetStartEndA(const char* lpszSource, char* ptszDest, const char* lpszStart, const char* lpszEnd, int)
+bool BaseLib_String_GetStartEndA(const char* lpszSource, char* ptszDest, const char* lpszStart, const char* lpszEnd,
+                                 int)
 {
     if (!lpszSource || !ptszDest || !lpszStart || !lpszEnd)
         return false;

@@ -22,7 +22,11 @@ bool BaseLib_Time_TTimeToStuTime(long long nTime, TOLVANE_LIBTIME* pSt_Time)
     std::tm st_Local = {};
     if (!localtime_r(&nCalendarTime, &st_Local) || st_Local.tm_year > std::numeric_limits<int>::max() - nYearBase)
         return false;
-    *pSt_Time = {st_Local.tm_year + nYearBase, st_Local.tm_mon + 1, st_Local.tm_mday,
-                 st_Local.tm_hour,             st_Local.tm_min,     st_Local.tm_sec};
+    *pSt_Time = {st_Local.tm_year + nYearBase,
+                 st_Local.tm_mon + 1,
+                 st_Local.tm_mday,
+                 st_Local.tm_hour,
+                 st_Local.tm_min,
+                 st_Local.tm_sec};
     return true;
 }

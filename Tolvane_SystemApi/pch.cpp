@@ -39,8 +39,7 @@ bool SystemApi_Process_ReadCmdReturn(const char* lpszCmd, char* ptszMsgBuffer, i
 bool SystemApi_System_GetSystemVer(char* ptszOSName, char* ptszOSVersion, char* ptszOSBuild,
                                    unsigned long* pInt_OSType, char* ptszKernel)
 {
-    return m_SystemSdk.SystemApi_System_GetSystemVer(ptszOSName, ptszOSVersion, ptszOSBuild, pInt_OSType,
-                                                     ptszKernel);
+    return m_SystemSdk.SystemApi_System_GetSystemVer(ptszOSName, ptszOSVersion, ptszOSBuild, pInt_OSType, ptszKernel);
 }
 bool SystemApi_System_GetSysName(char* ptszUserName, char* ptszSysName)
 {

@@ -131,8 +131,8 @@ BASELIB_EXPORT bool BaseLib_String_GetFileAndPathA(const char* lpszPath, char* p
 
 /** As BaseLib_String_GetFileAndPathA, for wide text; the buffers hold as many wide characters. */
 BASELIB_EXPORT bool BaseLib_String_GetFileAndPathW(const wchar_t* lpszPath, wchar_t* ptszFolder,
-                                                   wchar_t* ptszFileName, wchar_t* ptszReserved,
-                                                   wchar_t* ptszFileExt, bool bReserved);
+                                                   wchar_t* ptszFileName, wchar_t* ptszReserved, wchar_t* ptszFileExt,
+                                                   bool bReserved);
 
 /**
  * Splits a line at its first separator.

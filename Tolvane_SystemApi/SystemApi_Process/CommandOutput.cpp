@@ -55,11 +55,11 @@ class CAppender
 {
 public:
     explicit CAppender(const CAPTURE_TARGET& st_Target) noexcept
-        : m_pEnd(st_Target.ptszBuffer + (st_Target.nSize == nUnbounded ? std::strlen(st_Target.ptszBuffer)
-                                                                       : strnlen(st_Target.ptszBuffer, st_Target.nSize))),
+        : m_pEnd(st_Target.ptszBuffer + (st_Target.nSize == nUnbounded
+                                             ? std::strlen(st_Target.ptszBuffer)
+                                             : strnlen(st_Target.ptszBuffer, st_Target.nSize))),
           m_nRoom(st_Target.nSize - static_cast<std::size_t>(m_pEnd - st_Target.ptszBuffer))
-    {
-    }
+    {}
     /// Appends what fits beside the ending null character.
     void Append(std::string_view Text) noexcept
     {
@@ -81,8 +81,7 @@ private:
 };
 } // namespace
 
-bool ReadCommand(const char* lpszCmd, const CAPTURE_TARGET& st_Target, int nReadLines, int nStartLine,
-                 int* pInt_Len)
+bool ReadCommand(const char* lpszCmd, const CAPTURE_TARGET& st_Target, int nReadLines, int nStartLine, int* pInt_Len)
 {
     ClearError();
     if (!lpszCmd || !st_Target.ptszBuffer)

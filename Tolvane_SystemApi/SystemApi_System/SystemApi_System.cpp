@@ -151,15 +151,15 @@ bool CSystemApi_System::SystemApi_System_GetMemoryUsage(tag_SystemApi_Memory_Inf
         }
     }
 
-    const float fRatio = static_cast<float>(pSt_MemoryInfo->nMemoryAvailable) /
-                         static_cast<float>(pSt_MemoryInfo->nMemoryTotal);
+    const float fRatio =
+        static_cast<float>(pSt_MemoryInfo->nMemoryAvailable) / static_cast<float>(pSt_MemoryInfo->nMemoryTotal);
     pSt_MemoryInfo->nMemoryLoad = TruncateToInt(100.0F - fRatio * 100.0F);
 
     unsigned long* const pnScaled[] = {&pSt_MemoryInfo->nMemoryTotal, &pSt_MemoryInfo->nMemoryAvailable,
                                        &pSt_MemoryInfo->nSwapTotal, &pSt_MemoryInfo->nSwapFree};
     for (unsigned long* pnField : pnScaled)
-        *pnField = *pnField << 10 >> UnitShift(nType); // from KiB to bytes, then to the unit
-    pSt_MemoryInfo->nMemoryShared <<= 10;              // Kept on purpose: in bytes in every unit.
+        *pnField = *pnField << 10 >> UnitShift(nType);     // from KiB to bytes, then to the unit
+    pSt_MemoryInfo->nMemoryShared <<= 10;                  // Kept on purpose: in bytes in every unit.
     pSt_MemoryInfo->nMemoryReserved1 >>= UnitShift(nType); // Kept on purpose: scaled, though never filled.
     pSt_MemoryInfo->nMemoryReserved2 >>= UnitShift(nType);
     return true;

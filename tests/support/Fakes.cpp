@@ -56,7 +56,10 @@ CFakeTools::CFakeTools() : m_OldPath(std::getenv("PATH"))
     setenv("PATH", (m_Folder.Path().string() + ":" + m_OldPath).c_str(), 1);
 }
 
-CFakeTools::~CFakeTools() { setenv("PATH", m_OldPath.c_str(), 1); }
+CFakeTools::~CFakeTools()
+{
+    setenv("PATH", m_OldPath.c_str(), 1);
+}
 
 void CFakeTools::Add(const std::string& Name, std::string_view Body) const
 {
@@ -64,4 +67,7 @@ void CFakeTools::Add(const std::string& Name, std::string_view Body) const
     ASSERT_EQ(chmod(Tool.c_str(), 0755), 0);
 }
 
-void CFakeTools::HideAllOthers() const { setenv("PATH", m_Folder.Path().c_str(), 1); }
+void CFakeTools::HideAllOthers() const
+{
+    setenv("PATH", m_Folder.Path().c_str(), 1);
+}

@@ -7,8 +7,8 @@
 /// giving up root, limits, signal dispositions.
 void RunInChild(const std::function<void()>& pfnBody);
 
-/// As RunInChild, in a mount namespace of the child's own, so that kernel files can be replaced (CFakeFile) without
-/// the machine noticing. Skips the test, with the reason, where the machine allows no namespace; with
+/// As RunInChild, in a mount namespace of the child's own, so that kernel files can be replaced (CFakeFile)
+/// without the machine noticing. Skips the test, with the reason, where the machine allows no namespace; with
 /// SYSTEMAPI_TESTS_FORBID_SKIP in the environment that is a failure. An ordinary user looks like root inside.
 void RunSandboxed(const std::function<void()>& pfnBody);
 

@@ -14,6 +14,7 @@ int main(int argc, char** argv)
     SYSTEMAPI_PROCESS_INFO** p{};
     int n{};
     SystemApi_System_GetProcessList(&p, &n);
-    for (int i = 0; i < n && i < 5; ++i) printf("%d %s\n", p[i]->nPid, p[i]->tszProcessName);
+    for (int i = 0; i < n && i < 5; ++i)
+        printf("%d %s\n", p[i]->nPid, p[i]->tszProcessName);
     BaseLib_Memory_Free(&p, n);
 }

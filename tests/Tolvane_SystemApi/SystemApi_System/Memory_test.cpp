@@ -8,8 +8,7 @@
 
 namespace
 {
-tag_SystemApi_Memory_Infomation Ask(int nType, const char* lpszTable,
-                                    tag_SystemApi_Memory_Infomation st_Memory = {})
+tag_SystemApi_Memory_Infomation Ask(int nType, const char* lpszTable, tag_SystemApi_Memory_Infomation st_Memory = {})
 {
     FakeFile("/proc/meminfo", lpszTable);
     EXPECT_TRUE(SystemApi_System_GetMemoryUsage(&st_Memory, nType));
@@ -20,8 +19,9 @@ tag_SystemApi_Memory_Infomation Ask(int nType, const char* lpszTable,
 TEST(MemoryUsage, LinesInAnyOrderAndTheLastShmemLineWins)
 {
     RunSandboxed([] {
-        const auto st_Memory = Ask(2, "Shmem: 8 kB\nShmemHugePages: 16 kB\nSwapFree: 3 kB\nMemAvailable: 512 kB\n"
-                                      "ShmemPmdMapped: 4 kB\nMemTotal: 2048 kB\nSwapTotal: 7 kB\nMemTotalX: 4096 kB\n");
+        const auto st_Memory =
+            Ask(2, "Shmem: 8 kB\nShmemHugePages: 16 kB\nSwapFree: 3 kB\nMemAvailable: 512 kB\n"
+                   "ShmemPmdMapped: 4 kB\nMemTotal: 2048 kB\nSwapTotal: 7 kB\nMemTotalX: 4096 kB\n");
         EXPECT_EQ(st_Memory.nMemoryTotal, 4096U) << "names are compared by their beginning";
         EXPECT_EQ(st_Memory.nMemoryAvailable, 512U);
         EXPECT_EQ(st_Memory.nSwapTotal, 7U);
@@ -38,8 +38,13 @@ TEST(MemoryUsage, UnitsScaleTheReservedFieldsAndNotTheSharedOne)
         int nType;
         unsigned long nTotal;
         unsigned long nReserved;
-    } st_Rows[] = {{1, 16303836UL << 10, 1UL << 40}, {2, 16303836, 1UL << 30}, {3, 15921, 1UL << 20}, {4, 15, 1UL << 10},
-                   {0, 16303836UL << 10, 1UL << 40}, {5, 16303836UL << 10, 1UL << 40}, {-1, 16303836UL << 10, 1UL << 40}};
+    } st_Rows[] = {{1, 16303836UL << 10, 1UL << 40},
+                   {2, 16303836, 1UL << 30},
+                   {3, 15921, 1UL << 20},
+                   {4, 15, 1UL << 10},
+                   {0, 16303836UL << 10, 1UL << 40},
+                   {5, 16303836UL << 10, 1UL << 40},
+                   {-1, 16303836UL << 10, 1UL << 40}};
     for (const auto& st_Row : st_Rows)
     {
         SCOPED_TRACE(st_Row.nType);
