@@ -110,3 +110,17 @@ void GiveUpRoot()
     ASSERT_EQ(setresgid(nNobody, nNobody, nNobody), 0);
     ASSERT_EQ(setresuid(nNobody, nNobody, nNobody), 0);
 }
+
+CNoDescriptors::CNoDescriptors(unsigned nLeft)
+{
+    const int nFree = dup(STDOUT_FILENO); // the lowest one that is free
+    close(nFree);
+    getrlimit(RLIMIT_NOFILE, &m_st_Before);
+    const rlimit st_Limit = {static_cast<rlim_t>(nFree) + nLeft, m_st_Before.rlim_max};
+    EXPECT_EQ(setrlimit(RLIMIT_NOFILE, &st_Limit), 0);
+}
+
+CNoDescriptors::~CNoDescriptors()
+{
+    setrlimit(RLIMIT_NOFILE, &m_st_Before);
+}

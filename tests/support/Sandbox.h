@@ -2,6 +2,7 @@
 #pragma once
 
 #include <functional>
+#include <sys/resource.h>
 
 /// Runs the body in a child process and takes over its failures, leaks included. For what cannot be undone:
 /// giving up root, limits, signal dispositions.
@@ -17,3 +18,16 @@ void SkipBecause(const char* lpszWhy);
 
 /// Becomes an ordinary user for good; nothing to do for one. In a child process only, not in a sandbox.
 void GiveUpRoot();
+
+/// Takes the process's file descriptors away, all but so many, until the end of the scope.
+class CNoDescriptors
+{
+public:
+    explicit CNoDescriptors(unsigned nLeft = 0);
+    ~CNoDescriptors();
+    CNoDescriptors(const CNoDescriptors&) = delete;
+    CNoDescriptors& operator=(const CNoDescriptors&) = delete;
+
+private:
+    rlimit m_st_Before = {};
+};
