@@ -6,6 +6,7 @@
 #include <iterator>
 #include <sys/mount.h>
 #include <sys/stat.h>
+#include <vector>
 
 namespace fs = std::filesystem;
 
@@ -38,17 +39,38 @@ std::string ReadWhole(const std::string& Path)
     return {std::istreambuf_iterator<char>(File), {}};
 }
 
+namespace
+{
+std::vector<std::string>& FakedTargets()
+{
+    static std::vector<std::string> Targets;
+    return Targets;
+}
+
+void Mount(const char* lpszSource, const char* lpszTarget, const char* lpszKind, unsigned long dwFlags)
+{
+    ASSERT_EQ(mount(lpszSource, lpszTarget, lpszKind, dwFlags, nullptr), 0) << lpszTarget;
+    FakedTargets().emplace_back(lpszTarget);
+}
+} // namespace
+
 void FakeFile(const char* lpszTarget, std::string_view Text)
 {
     const CTempFolder m_Folder; // the mount keeps the file alive
     const std::string Source = m_Folder.Write("file", Text);
     ASSERT_EQ(chmod(Source.c_str(), 0755), 0);
-    ASSERT_EQ(mount(Source.c_str(), lpszTarget, nullptr, MS_BIND, nullptr), 0) << lpszTarget;
+    Mount(Source.c_str(), lpszTarget, nullptr, MS_BIND);
 }
 
 void FakeFolder(const char* lpszTarget)
 {
-    ASSERT_EQ(mount("tmpfs", lpszTarget, "tmpfs", 0, nullptr), 0) << lpszTarget;
+    Mount("tmpfs", lpszTarget, "tmpfs", 0);
+}
+
+void LiftFakes()
+{
+    for (auto& Targets = FakedTargets(); !Targets.empty(); Targets.pop_back())
+        umount2(Targets.back().c_str(), MNT_DETACH);
 }
 
 CFakeTools::CFakeTools() : m_OldPath(std::getenv("PATH"))

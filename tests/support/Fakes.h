@@ -31,6 +31,8 @@ std::string ReadWhole(const std::string& Path);
 void FakeFile(const char* lpszTarget, std::string_view Text);
 /// In a sandbox: puts an empty folder in the place of an existing one until the sandbox ends.
 void FakeFolder(const char* lpszTarget);
+/// Takes every fake away again; the sandbox does so itself when the body is done.
+void LiftFakes();
 
 /// A folder of shell scripts at the head of PATH, which is put back at the end of the scope.
 class CFakeTools

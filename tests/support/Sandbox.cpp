@@ -1,5 +1,7 @@
 #include "Sandbox.h"
 
+#include "Fakes.h"
+
 #include <cerrno>
 #include <cstdlib>
 #include <cstring>
@@ -54,6 +56,7 @@ bool EnterPrivateMounts()
     {
         ADD_FAILURE() << "exception: " << Error.what();
     }
+    LiftFakes();
 #if defined(__SANITIZE_ADDRESS__)
     EXPECT_EQ(__lsan_do_recoverable_leak_check(), 0);
 #endif
