@@ -1,20 +1,45 @@
-#include <CLI/CLI.hpp>
-#include <Tolvane_SystemApi.h>
+#include "Commands.h"
+#include "Terminal.h"
+#include "Text.h"
+
+#include <cstdlib>
+#include <exception>
+#include <iostream>
+
+namespace
+{
+int Run(int argc, char** argv)
+{
+    CLI::App App("What SystemApi knows of this machine, and what it can do to it.", "systemapi");
+    App.set_version_flag("--version", "systemapi " SYSTEMAPI_VERSION);
+    App.failure_message(CLI::FailureMessage::help);
+    App.require_subcommand(1);
+    AddReport(App);
+    try
+    {
+        App.parse(argc, argv); // runs the subcommand
+    }
+    catch (const CLI::ParseError& Error)
+    {
+        return App.exit(Error);
+    }
+    if (!std::cout.flush())
+        throw std::runtime_error("the output could not be written");
+    return EXIT_SUCCESS;
+}
+} // namespace
+
 int main(int argc, char** argv)
 {
-    CLI::App App{"SystemApi"};
-    CLI11_PARSE(App, argc, argv);
-    char a[1024]{}, b[1024]{}, c[1024]{}, k[1024]{};
-    unsigned long t{};
-    SystemApi_System_GetSystemVer(a, b, c, &t, k);
-    printf("%s %s %s %s %lu\n", a, b, c, k, t);
-    tag_SystemApi_Memory_Infomation m{};
-    SystemApi_System_GetMemoryUsage(&m, 3);
-    printf("%d %lu %lu %lu\n", m.nMemoryLoad, m.nMemoryTotal, m.nMemoryAvailable, m.nMemoryShared);
-    SYSTEMAPI_PROCESS_INFO** p{};
-    int n{};
-    SystemApi_System_GetProcessList(&p, &n);
-    for (int i = 0; i < n && i < 5; ++i)
-        printf("%d %s\n", p[i]->nPid, p[i]->tszProcessName);
-    BaseLib_Memory_Free(&p, n);
+    try
+    {
+        ReadTerminal();
+        return Run(argc, argv);
+    }
+    catch (const std::exception& Error)
+    {
+        std::cout.flush();
+        std::cerr << "systemapi: " << Harmless(Error.what()) << '\n';
+        return EXIT_FAILURE;
+    }
 }

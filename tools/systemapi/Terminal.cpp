@@ -1,0 +1,71 @@
+#include "Terminal.h"
+
+#include <algorithm>
+#include <clocale>
+#include <cstdlib>
+#include <cstring>
+#include <fcntl.h>
+#include <langinfo.h>
+#include <sys/ioctl.h>
+#include <unistd.h>
+
+namespace
+{
+TERMINAL st_Terminal = {};
+
+int WidthOf(bool bTerminal)
+{
+    constexpr int nUsual = 80;
+    winsize st_Size = {};
+    if (bTerminal && ioctl(STDOUT_FILENO, TIOCGWINSZ, &st_Size) == 0 && st_Size.ws_col > 0)
+        return st_Size.ws_col;
+    const char* lpszColumns = std::getenv("COLUMNS");
+    const long nColumns = lpszColumns ? std::strtol(lpszColumns, nullptr, 10) : 0;
+    if (nColumns > 0)
+        return static_cast<int>(std::min(nColumns, 4096L));
+    return bTerminal ? nUsual : 0;
+}
+} // namespace
+
+void ReadTerminal()
+{
+    const char* lpszNoColour = std::getenv("NO_COLOR");
+    st_Terminal.bTerminal = isatty(STDOUT_FILENO) == 1;
+    st_Terminal.bColour = st_Terminal.bTerminal && (!lpszNoColour || *lpszNoColour == '\0');
+    st_Terminal.nWidth = WidthOf(st_Terminal.bTerminal);
+    std::setlocale(LC_CTYPE, "");
+    const bool bUtf8 = std::strcmp(nl_langinfo(CODESET), "UTF-8") == 0;
+    st_Terminal.bUtf8 = st_Terminal.bTerminal && bUtf8;
+    if (!bUtf8)
+        std::setlocale(LC_CTYPE, "C.UTF-8"); // names are UTF-8 in every locale
+}
+
+const TERMINAL& Terminal()
+{
+    return st_Terminal;
+}
+
+std::string Paint(STYLE enStyle, std::string_view Text)
+{
+    constexpr const char* lpszCodes[] = {"1", "2", "32", "33", "31"};
+    if (!st_Terminal.bColour || Text.empty())
+        return std::string(Text);
+    return std::string("\x1b[") + lpszCodes[static_cast<int>(enStyle)] + "m" + std::string(Text) + "\x1b[0m";
+}
+
+CQuietErrors::CQuietErrors() : m_nStderr(fcntl(STDERR_FILENO, F_DUPFD_CLOEXEC, 0))
+{
+    const int nNull = open("/dev/null", O_WRONLY | O_CLOEXEC);
+    if (m_nStderr >= 0 && nNull >= 0)
+        dup2(nNull, STDERR_FILENO);
+    if (nNull >= 0)
+        close(nNull);
+}
+
+CQuietErrors::~CQuietErrors()
+{
+    if (m_nStderr < 0)
+        return;
+    dup2(m_nStderr, STDERR_FILENO);
+    close(m_nStderr);
+}

@@ -1,0 +1,44 @@
+/// What standard output goes to.
+#pragma once
+
+#include <string>
+#include <string_view>
+
+struct TERMINAL
+{
+    bool bTerminal; ///< standard output is one
+    bool bColour;   ///< a terminal, and NO_COLOR is not set
+    bool bUtf8;     ///< a terminal that shows UTF-8
+    int nWidth;     ///< columns of a line; 0 where lines may have any length (a pipe or a file)
+};
+
+/// Finds it out, and sets the character set by which names are read. Called once, first of all.
+void ReadTerminal();
+/// What was found.
+const TERMINAL& Terminal();
+
+enum class STYLE
+{
+    Title,
+    Faint,
+    Good,
+    Warning,
+    Bad
+};
+
+/// The text in a style; as it is where there is no colour.
+std::string Paint(STYLE enStyle, std::string_view Text);
+
+/// Discards standard error until the end of the scope: programs that an operation runs complain there about
+/// processes that have just ended and rights that are missing.
+class CQuietErrors
+{
+public:
+    CQuietErrors();
+    ~CQuietErrors();
+    CQuietErrors(const CQuietErrors&) = delete;
+    CQuietErrors& operator=(const CQuietErrors&) = delete;
+
+private:
+    int m_nStderr;
+};

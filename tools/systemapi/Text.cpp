@@ -1,0 +1,154 @@
+#include "Text.h"
+
+#include "Terminal.h"
+
+#include <algorithm>
+#include <array>
+#include <cstdio>
+#include <cwchar>
+#include <ostream>
+
+namespace
+{
+/// The character at the front of a text.
+struct CHARACTER
+{
+    std::size_t nBytes; ///< at least 1
+    int nColumns;       ///< -1 where it is not to be shown as it is
+};
+
+CHARACTER FirstCharacter(std::string_view Text)
+{
+    wchar_t wCharacter = 0;
+    std::mbstate_t st_State = {};
+    const std::size_t nBytes = std::mbrtowc(&wCharacter, Text.data(), Text.size(), &st_State);
+    if (nBytes == 0 || nBytes > Text.size())
+        return {1, -1};
+    // Marks that turn the direction of what follows could make a line read as another.
+    const bool bTurns =
+        (wCharacter >= 0x202A && wCharacter <= 0x202E) || (wCharacter >= 0x2066 && wCharacter <= 0x2069);
+    return {nBytes, bTurns ? -1 : wcwidth(wCharacter)};
+}
+} // namespace
+
+std::string Harmless(std::string_view Text)
+{
+    std::string Shown;
+    while (!Text.empty())
+    {
+        const CHARACTER st_First = FirstCharacter(Text);
+        for (const char cByte : Text.substr(0, st_First.nBytes))
+        {
+            std::array<char, 8> tszHex = {cByte};
+            if (st_First.nColumns < 0)
+                std::snprintf(tszHex.data(), tszHex.size(), "\\x%02x", static_cast<unsigned char>(cByte));
+            Shown += tszHex.data();
+        }
+        Text.remove_prefix(st_First.nBytes);
+    }
+    return Shown;
+}
+
+int Columns(std::string_view Text)
+{
+    int nColumns = 0;
+    while (!Text.empty())
+    {
+        const CHARACTER st_First = FirstCharacter(Text);
+        nColumns += std::max(st_First.nColumns, 0);
+        Text.remove_prefix(st_First.nBytes);
+    }
+    return nColumns;
+}
+
+std::string Clip(std::string_view Text, int nColumns)
+{
+    if (Columns(Text) <= nColumns)
+        return std::string(Text);
+    const std::string Mark = Terminal().bUtf8 ? "…" : "~";
+    std::size_t nKept = 0;
+    for (int nRoom = nColumns - 1;;)
+    {
+        const CHARACTER st_Next = FirstCharacter(Text.substr(nKept));
+        nRoom -= std::max(st_Next.nColumns, 0);
+        if (nRoom < 0)
+            break;
+        nKept += st_Next.nBytes;
+    }
+    return nColumns > 0 ? std::string(Text.substr(0, nKept)) + Mark : std::string();
+}
+
+std::string Pad(std::string_view Text, int nColumns, bool bRight)
+{
+    const std::string Blanks(static_cast<std::size_t>(std::max(nColumns - Columns(Text), 0)), ' ');
+    return bRight ? Blanks + std::string(Text) : std::string(Text) + Blanks;
+}
+
+std::string HumanSize(unsigned long long nBytes)
+{
+    constexpr const char* lpszUnits[] = {"B", "KiB", "MiB", "GiB", "TiB", "PiB", "EiB"};
+    constexpr double nStep = 1024;
+    if (nBytes < static_cast<unsigned long long>(nStep))
+        return std::to_string(nBytes) + " B";
+    auto fAmount = static_cast<double>(nBytes);
+    std::size_t nUnit = 0;
+    while (fAmount >= nStep - 0.05) // what would round to 1024.0 is 1.0 of the next unit
+    {
+        fAmount /= nStep;
+        ++nUnit;
+    }
+    std::array<char, 32> tszAmount = {};
+    std::snprintf(tszAmount.data(), tszAmount.size(), "%.1f %s", fAmount, lpszUnits[nUnit]);
+    return tszAmount.data();
+}
+
+std::string Bar(int nPercent)
+{
+    constexpr int nCells = 24;
+    constexpr int nMuch = 75;
+    constexpr int nTooMuch = 90;
+    const int nShare = std::clamp(nPercent, 0, 100);
+    const int nFull = (nShare * nCells + 50) / 100;
+    std::string Full;
+    std::string Empty;
+    for (int nCell = 0; nCell < nCells; ++nCell)
+    {
+        if (nCell < nFull)
+            Full += Terminal().bUtf8 ? "█" : "#";
+        else
+            Empty += Terminal().bUtf8 ? "░" : "-";
+    }
+    STYLE enStyle = STYLE::Good;
+    if (nShare >= nMuch)
+        enStyle = nShare >= nTooMuch ? STYLE::Bad : STYLE::Warning;
+    return "[" + Paint(enStyle, Full) + Paint(STYLE::Faint, Empty) + "] " + Pad(std::to_string(nShare), 3, true) +
+           " %";
+}
+
+void CTable::Add(const std::vector<std::string>& Cells)
+{
+    auto& Row = m_Rows.emplace_back();
+    std::transform(Cells.begin(), Cells.end(), std::back_inserter(Row), Harmless);
+}
+
+void CTable::Print(std::ostream& Output, int nIndent) const
+{
+    std::vector<int> Widths;
+    for (std::size_t nColumn = 0; nColumn < m_Head.size(); ++nColumn)
+    {
+        int nWidth = Columns(m_Head[nColumn].Title);
+        for (const auto& Row : m_Rows)
+            nWidth = std::max(nWidth, Columns(Row[nColumn]));
+        Widths.push_back(nWidth);
+    }
+    const auto MakeLine = [&](const auto& CellOf) {
+        std::string Line(static_cast<std::size_t>(nIndent), ' ');
+        for (std::size_t nColumn = 0; nColumn < m_Head.size(); ++nColumn)
+            Line += Pad(CellOf(nColumn), Widths[nColumn], m_Head[nColumn].bRight) + "  ";
+        Line.erase(Line.find_last_not_of(' ') + 1);
+        return Terminal().nWidth > 0 ? Clip(Line, Terminal().nWidth) : Line;
+    };
+    Output << Paint(STYLE::Faint, MakeLine([&](std::size_t nColumn) { return m_Head[nColumn].Title; })) << '\n';
+    for (const auto& Row : m_Rows)
+        Output << MakeLine([&](std::size_t nColumn) { return Row[nColumn]; }) << '\n';
+}

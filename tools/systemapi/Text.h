@@ -1,0 +1,49 @@
+/// Pieces of output: texts made safe to show, amounts for people, bars, and aligned tables.
+#pragma once
+
+#include <cstddef>
+#include <iosfwd>
+#include <string>
+#include <string_view>
+#include <vector>
+
+/// The text with every control character, and every byte that is no UTF-8, written out as \xHH.
+std::string Harmless(std::string_view Text);
+
+/// Columns that a harmless text takes on the terminal.
+int Columns(std::string_view Text);
+
+/// The harmless text, shortened to so many columns between characters and marked where something is missing.
+std::string Clip(std::string_view Text, int nColumns);
+
+/// The harmless text with blanks, up to so many columns; bRight puts the blanks first.
+std::string Pad(std::string_view Text, int nColumns, bool bRight = false);
+
+/// "512 B", "1.5 KiB", "15.5 GiB".
+std::string HumanSize(unsigned long long nBytes);
+
+/// A bar of a share between 0 and 100 per cent, and the number: "[#####-----] 50 %". High shares are coloured as
+/// a warning.
+std::string Bar(int nPercent);
+
+/// Columns are as wide as their widest cell; the last one is cut where a terminal's line ends.
+class CTable
+{
+public:
+    struct COLUMN
+    {
+        std::string Title;
+        bool bRight = false; ///< numbers
+    };
+
+    explicit CTable(std::vector<COLUMN> Head) : m_Head(std::move(Head)) {}
+
+    /// A row, one cell a column. Cells are made harmless here.
+    void Add(const std::vector<std::string>& Cells);
+    /// Writes the table, each line after so many blanks.
+    void Print(std::ostream& Output, int nIndent) const;
+
+private:
+    std::vector<COLUMN> m_Head;
+    std::vector<std::vector<std::string>> m_Rows;
+};
