@@ -2,7 +2,7 @@
 
 #include "Text.h"
 
-#include <array>
+#include <climits>
 #include <cstdint>
 #include <cstring>
 #include <cwchar>
@@ -11,19 +11,13 @@
 
 namespace
 {
-using Result8 = std::array<char, BASELIB_TEXT_SIZE>;
+/// One character in 8 bits.
+using CharForm = char[MB_LEN_MAX];
 
-/// What became of a conversion.
-enum class Outcome
+/// The strict UTF-8 form of a character; 0 bytes where there is none.
+std::size_t EncodeUtf8(wchar_t chSource, CharForm& tszForm) noexcept
 {
-    Fits,
-    TooLong,
-    CannotHold
-};
-
-/// The strict UTF-8 form of one character; 0 bytes where there is none.
-std::size_t EncodeUtf8(std::uint32_t nCode, char (&tszForm)[4]) noexcept
-{
+    const auto nCode = static_cast<std::uint32_t>(chSource);
     const auto Lead = [nCode](int nShift, unsigned nMark) {
         return static_cast<char>(nMark | (nCode >> nShift));
     };
@@ -59,95 +53,86 @@ std::size_t EncodeUtf8(std::uint32_t nCode, char (&tszForm)[4]) noexcept
     return 4;
 }
 
-Outcome ToUtf8(const wchar_t* lpszSource, Result8& tszResult, std::size_t& nLength) noexcept
+/// The locale's form of a character; 0 bytes where it has none that reads back as the same character. The C
+/// library may paraphrase what the locale lacks, and a paraphrase names another file.
+std::size_t EncodeLocale(wchar_t chSource, CharForm& tszForm) noexcept
 {
-    nLength = 0;
-    bool bFits = true;
+    const wchar_t tszSource[] = {chSource, L'\0'};
+    const wchar_t* pSource = tszSource;
+    std::mbstate_t st_There = {};
+    const std::size_t nForm = std::wcsrtombs(tszForm, &pSource, sizeof(tszForm), &st_There);
+    if (pSource) // not all of it, or none, could be written
+        return 0;
+
+    wchar_t tszBack[2] = {};
+    const char* pForm = tszForm;
+    std::mbstate_t st_Back = {};
+    const bool bReadsBack = std::mbsrtowcs(tszBack, &pForm, 2, &st_Back) == 1 && tszBack[0] == chSource;
+    return bReadsBack ? nForm : 0;
+}
+
+/// True in the locales where the strict UTF-8 form is the one to give: those of UTF-8 (the C library's own
+/// conversion lets values above U+10FFFF through there), and that of a program that never called setlocale
+/// (which holds ASCII alone, though some C libraries let the upper half of a byte through).
+bool LocaleTakesUtf8() noexcept
+{
+    const std::string_view Charset(nl_langinfo(CODESET));
+    return Charset == "UTF-8" || Charset == "ANSI_X3.4-1968";
+}
+
+/// What became of a conversion.
+enum class Outcome
+{
+    Done,
+    CannotHold,
+    NoRoom
+};
+
+/// Converts a text character by character. The output is written at the end: the text, or nothing.
+template <typename Encode>
+Outcome Convert(Encode pfnEncode, const wchar_t* lpszSource, char* ptszDest, int* pInt_Len) noexcept
+{
+    if (!ptszDest)
+        return Outcome::NoRoom;
+    *ptszDest = '\0';
+    if (!lpszSource)
+        return Outcome::CannotHold;
+
+    char tszResult[BASELIB_TEXT_SIZE];
+    std::size_t nLength = 0;
+    bool bRoom = true;
     for (; *lpszSource != L'\0'; ++lpszSource)
     {
-        char tszForm[4];
-        const std::size_t nForm = EncodeUtf8(static_cast<std::uint32_t>(*lpszSource), tszForm);
+        CharForm tszForm;
+        const std::size_t nForm = pfnEncode(*lpszSource, tszForm);
         if (nForm == 0)
             return Outcome::CannotHold;
-        bFits = bFits && nLength + nForm < tszResult.size();
-        if (bFits)
+        bRoom = bRoom && nLength + nForm < sizeof(tszResult);
+        if (bRoom)
         {
-            std::memcpy(tszResult.data() + nLength, tszForm, nForm);
+            std::memcpy(tszResult + nLength, tszForm, nForm);
             nLength += nForm;
         }
     }
-    return bFits ? Outcome::Fits : Outcome::TooLong;
-}
-
-/// True where the 8-bit text reads back as the wide text. The C library may paraphrase a character that the
-/// locale lacks, and a paraphrase names another file.
-bool ReadsBackAs(const Result8& tszResult, std::size_t nLength, const wchar_t* lpszSource) noexcept
-{
-    std::array<wchar_t, BASELIB_TEXT_SIZE> tszBack;
-    std::mbstate_t st_State = {};
-    const char* pRest = tszResult.data();
-    const std::size_t nBack = std::mbsrtowcs(tszBack.data(), &pRest, tszBack.size(), &st_State);
-    return nBack <= nLength && std::wcscmp(tszBack.data(), lpszSource) == 0;
-}
-
-Outcome ToLocale(const wchar_t* lpszSource, Result8& tszResult, std::size_t& nLength) noexcept
-{
-    constexpr auto nFailed = static_cast<std::size_t>(-1);
-    // The locale of a program that never called setlocale holds ASCII alone, also where its C library lets the
-    // upper half of a byte through.
-    if (std::string_view(nl_langinfo(CODESET)) == "ANSI_X3.4-1968")
-    {
-        for (const wchar_t* pChar = lpszSource; *pChar != L'\0'; ++pChar)
-            if (static_cast<std::uint32_t>(*pChar) > 0x7F)
-                return Outcome::CannotHold;
-    }
-    std::mbstate_t st_State = {};
-    const wchar_t* pRest = lpszSource;
-    nLength = std::wcsrtombs(nullptr, &pRest, 0, &st_State);
-    if (nLength == nFailed)
-        return Outcome::CannotHold;
-    if (nLength >= tszResult.size())
-        return Outcome::TooLong;
-    st_State = {};
-    std::wcsrtombs(tszResult.data(), &pRest, tszResult.size(), &st_State);
-    return ReadsBackAs(tszResult, nLength, lpszSource) ? Outcome::Fits : Outcome::CannotHold;
-}
-
-bool Deliver(Outcome enOutcome, const Result8& tszResult, std::size_t nLength, char* ptszDest, int* pInt_Len) noexcept
-{
-    if (enOutcome != Outcome::Fits)
-    {
-        *ptszDest = '\0';
-        return false;
-    }
+    if (!bRoom || !StoreText(ptszDest, BASELIB_TEXT_SIZE, std::string_view(tszResult, nLength)))
+        return Outcome::NoRoom;
     if (pInt_Len)
         *pInt_Len = static_cast<int>(nLength);
-    return StoreText(ptszDest, BASELIB_TEXT_SIZE, std::string_view(tszResult.data(), nLength));
+    return Outcome::Done;
 }
 } // namespace
 
 bool BaseLib_Charset_UnicodeToUTF(const wchar_t* lpszSource, char* ptszDest, int* pInt_Len, const char*)
 {
-    if (!ptszDest)
-        return false;
-    Result8 tszResult;
-    std::size_t nLength = 0;
-    const Outcome enOutcome = lpszSource ? ToUtf8(lpszSource, tszResult, nLength) : Outcome::CannotHold;
-    return Deliver(enOutcome, tszResult, nLength, ptszDest, pInt_Len);
+    return Convert(EncodeUtf8, lpszSource, ptszDest, pInt_Len) == Outcome::Done;
 }
 
 bool BaseLib_Charset_UnicodeToAnsi(const wchar_t* lpszSource, char* ptszDest, int* pInt_Len, const char*)
 {
-    if (!ptszDest)
-        return false;
-    Result8 tszResult;
-    std::size_t nLength = 0;
     Outcome enOutcome = Outcome::CannotHold;
-    if (lpszSource)
-    {
-        enOutcome = ToLocale(lpszSource, tszResult, nLength);
-        if (enOutcome == Outcome::CannotHold)
-            enOutcome = ToUtf8(lpszSource, tszResult, nLength);
-    }
-    return Deliver(enOutcome, tszResult, nLength, ptszDest, pInt_Len);
+    if (!LocaleTakesUtf8())
+        enOutcome = Convert(EncodeLocale, lpszSource, ptszDest, pInt_Len);
+    if (enOutcome == Outcome::CannotHold)
+        enOutcome = Convert(EncodeUtf8, lpszSource, ptszDest, pInt_Len);
+    return enOutcome == Outcome::Done;
 }

@@ -15,15 +15,12 @@ struct PATH_PARTS
     std::basic_string_view<Char> FileExt;
 };
 
-/// What follows the last dot; nothing for a name whose only dot comes first, and for the two dot folders.
+/// What follows the last dot; nothing for a name whose only dot comes first.
 template <typename Char>
 std::basic_string_view<Char> ExtensionOf(std::basic_string_view<Char> FileName) noexcept
 {
-    constexpr Char tszDotDot[] = {'.', '.'};
     const std::size_t nDot = FileName.rfind(Char('.'));
-    if (nDot == FileName.npos || nDot == 0 || FileName == std::basic_string_view<Char>(tszDotDot, 2))
-        return {};
-    return FileName.substr(nDot + 1);
+    return nDot == FileName.npos || nDot == 0 ? std::basic_string_view<Char>() : FileName.substr(nDot + 1);
 }
 
 template <typename Char>

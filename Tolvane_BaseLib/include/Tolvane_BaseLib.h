@@ -100,7 +100,7 @@ BASELIB_EXPORT bool BaseLib_Memory_Malloc(void* pppTable, long long nRows, int n
  *
  * \param[in,out] pppTable the address of the caller's table variable; it, and the table, may be null
  * \param[in]     nRows    number of rows the table was made with. The ending null pointer is what ends the
- *                         release, so a wrong number does no harm
+ *                         release: a wrong number does no harm, a row set to null keeps those after it
  * \return true when a table was released. errno stays as it was.
  */
 BASELIB_EXPORT bool BaseLib_Memory_Free(void* pppTable, long long nRows);
