@@ -22,5 +22,6 @@ install(FILES ${CMAKE_CURRENT_BINARY_DIR}/TolvaneSystemApiConfig.cmake
               ${CMAKE_CURRENT_BINARY_DIR}/TolvaneSystemApiConfigVersion.cmake
         DESTINATION ${SYSTEMAPI_CMAKE_DIR})
 
+file(RELATIVE_PATH SYSTEMAPI_PC_TO_PREFIX ${CMAKE_INSTALL_FULL_LIBDIR}/pkgconfig ${CMAKE_INSTALL_PREFIX})
 configure_file(cmake/tolvane-systemapi.pc.in tolvane-systemapi.pc @ONLY)
 install(FILES ${CMAKE_CURRENT_BINARY_DIR}/tolvane-systemapi.pc DESTINATION ${CMAKE_INSTALL_LIBDIR}/pkgconfig)
