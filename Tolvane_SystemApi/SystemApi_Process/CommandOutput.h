@@ -33,7 +33,7 @@ private:
     PipeHandle m_Pipe;
     std::size_t m_nBegin = 0; // what is read and not yet given out: [m_nBegin, m_nEnd)
     std::size_t m_nEnd = 0;
-    std::array<char, 32768> m_tszBuffer; // on the caller's stack; large reads, so that pieces cost little
+    std::array<char, 4096> m_tszBuffer; // on the caller's stack, which may be a thread's small one
 };
 
 /// Where captured text goes.

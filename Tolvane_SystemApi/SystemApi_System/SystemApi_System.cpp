@@ -9,8 +9,8 @@
 #include <cstdio>
 #include <cstdlib>
 #include <cstring>
+#include <dirent.h>
 #include <list>
-#include <string>
 #include <strings.h>
 #include <sys/sysinfo.h>
 #include <sys/utsname.h>
@@ -201,8 +201,9 @@ bool CSystemApi_System::SystemApi_System_GetProcessList(SYSTEMAPI_PROCESS_INFO**
         // Straight into the zeroed record, up to the first null character: its first argument alone, however long
         // the command line is.
         SYSTEMAPI_PROCESS_INFO st_Process = {};
-        const std::string Command = std::string("cat /proc/") + pSt_Entry->d_name + "/cmdline";
-        if (!ReadCommand(Command.c_str(),
+        char tszCommand[BASELIB_TEXT_SIZE] = {}; // holds every name: one of a folder is 255 bytes at most
+        std::snprintf(tszCommand, sizeof(tszCommand), "cat /proc/%s/cmdline", pSt_Entry->d_name);
+        if (!ReadCommand(tszCommand,
                          CAPTURE_TARGET{st_Process.tszProcessName, sizeof(st_Process.tszProcessName), true}))
             continue;
         st_Process.nPid = nPid;

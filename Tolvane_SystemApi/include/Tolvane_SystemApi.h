@@ -256,7 +256,7 @@ typedef struct tag_LinuxSdk_SystemCpu_Occupy
 /** One process of the process list. */
 typedef struct SYSTEMAPI_PROCESS_INFO
 {
-    char tszProcessName[1024]; /**< the first argument of its command line; empty for a kernel thread */
+    char tszProcessName[1024]; /**< the first argument of its command line, cut at 1023 bytes; may be empty */
     int nPid;                  /**< process id */
 } SYSTEMAPI_PROCESS_INFO;
 
@@ -315,8 +315,10 @@ SYSTEMAPI_EXPORT bool SystemApi_System_GetMemoryUsage(tag_SystemApi_Memory_Infom
  * \return true, or false with 0x040A3002 (a code of the process block, on purpose) when /proc could not be
  *         opened; the outputs are then untouched and errno tells why.
  *
- * Runs "cat /proc/<id>/cmdline" for each process, one after the other. A process that ends meanwhile is left
- * out, or listed with an empty name; its cat then complains on standard error.
+ * Runs "cat /proc/<id>/cmdline" for each process and waits for it, one after the other: a shell and a cat each.
+ * The name is what that prints up to its first null character; it is empty for a kernel thread, a zombie, and a
+ * process that ended meanwhile, whose cat then complains on standard error. A process whose command could not be
+ * started is left out: the result is true all the same, and the code becomes ..._READCMD_POPEN.
  */
 SYSTEMAPI_EXPORT bool SystemApi_System_GetProcessList(SYSTEMAPI_PROCESS_INFO*** pppSt_ProcessList,
                                                       int* pInt_ListCount);
@@ -324,7 +326,7 @@ SYSTEMAPI_EXPORT bool SystemApi_System_GetProcessList(SYSTEMAPI_PROCESS_INFO*** 
 /**
  * Tells how many tasks the kernel counts, threads included (sysinfo).
  *
- * \param[out] pInt_ProcessCount receives the count, at most 65535
+ * \param[out] pInt_ProcessCount receives the low 16 bits of the kernel's count
  * \return true, or false with ..._GETPROCESSCOUNT_PARAMETER or ..._GETPROCESSCOUNT_SYSINFO, output untouched.
  */
 SYSTEMAPI_EXPORT bool SystemApi_System_GetProcessCount(int* pInt_ProcessCount);

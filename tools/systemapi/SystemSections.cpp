@@ -79,7 +79,7 @@ void ReportProcesses(CReport& Report)
                     [&](CTable& Table, std::size_t nRow) {
                         const SYSTEMAPI_PROCESS_INFO& st_Process = *ppSt_List[nRow];
                         const std::string Name = st_Process.tszProcessName;
-                        Table.Add({std::to_string(st_Process.nPid), Name.empty() ? "(kernel thread)" : Name});
+                        Table.Add({std::to_string(st_Process.nPid), Name.empty() ? "(no command line)" : Name});
                     });
     });
 }
