@@ -54,29 +54,38 @@ namespace
 class CAppender
 {
 public:
-    explicit CAppender(const CAPTURE_TARGET& st_Target) noexcept
-        : m_pEnd(st_Target.ptszBuffer + (st_Target.nSize == nUnbounded
-                                             ? std::strlen(st_Target.ptszBuffer)
-                                             : strnlen(st_Target.ptszBuffer, st_Target.nSize))),
-          m_nRoom(st_Target.nSize - static_cast<std::size_t>(m_pEnd - st_Target.ptszBuffer))
-    {}
+    explicit CAppender(const CAPTURE_TARGET& st_Target) noexcept : m_st_Target(st_Target) {}
+
     /// Appends what fits beside the ending null character.
     void Append(std::string_view Text) noexcept
     {
-        const std::size_t nFits = m_nRoom > 0 ? std::min(Text.size(), m_nRoom - 1) : 0;
+        if (Text.empty())
+            return;
+        if (!m_bEndKnown)
+            FindEnd();
+        const std::size_t nFits =
+            m_nEnd < m_st_Target.nSize ? std::min(Text.size(), m_st_Target.nSize - m_nEnd - 1) : 0;
         if (nFits == 0)
             return;
-        std::memcpy(m_pEnd, Text.data(), nFits);
-        m_pEnd += nFits;
-        *m_pEnd = '\0';
-        m_nRoom -= nFits;
+        std::memcpy(m_st_Target.ptszBuffer + m_nEnd, Text.data(), nFits);
+        m_nEnd += nFits;
+        m_st_Target.ptszBuffer[m_nEnd] = '\0';
         m_nAppended += nFits;
     }
     [[nodiscard]] std::size_t Appended() const noexcept { return m_nAppended; }
 
 private:
-    char* m_pEnd;
-    std::size_t m_nRoom;
+    /// Only now: a buffer to which nothing is appended is not looked at.
+    void FindEnd() noexcept
+    {
+        m_nEnd = m_st_Target.nSize == nUnbounded ? std::strlen(m_st_Target.ptszBuffer)
+                                                 : strnlen(m_st_Target.ptszBuffer, m_st_Target.nSize);
+        m_bEndKnown = true;
+    }
+
+    CAPTURE_TARGET m_st_Target;
+    bool m_bEndKnown = false;
+    std::size_t m_nEnd = 0;
     std::size_t m_nAppended = 0;
 };
 } // namespace

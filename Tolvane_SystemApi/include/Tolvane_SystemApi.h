@@ -10,7 +10,7 @@
  *            purpose: the operation called tells them apart.
  * Exceptions Failures of the standard file-system facility leave the file operations as
  *            std::filesystem::filesystem_error, through the C functions too, with the flag false and the
- *            code as it was. Memory that cannot be had leaves any operation as std::bad_alloc.
+ *            code as it was. Memory that an operation of its own cannot have leaves it as std::bad_alloc.
  * Threads    No call takes a lock or starts a thread; all may run at once. The error flag and code are one
  *            pair for the whole process, so when two threads fail at once the last writer wins. errno is
  *            the calling thread's.
@@ -192,7 +192,8 @@ typedef struct tag_SystemApi_Process_Infomation
  *         ..._READCMD_PARAMETER or ..._READCMD_POPEN, buffer and length untouched.
  *
  * Blocks until the command ends, also when the wanted lines came early: a command that goes on writing then
- * gets SIGPIPE. A signal handler that interrupts the reading loses nothing.
+ * gets SIGPIPE, or a write error alone where the caller ignores SIGPIPE. Without a limit it blocks until all that
+ * the command started has closed the output too. A signal handler that interrupts the reading loses nothing.
  *
  * Surprising on purpose: a line of more than 2047 bytes counts as several, of 2047 bytes each and a rest; of
  * each only what stands before its first null character is appended.
@@ -270,8 +271,10 @@ typedef struct SYSTEMAPI_PROCESS_INFO
  * \param[out]    ptszKernel    65 bytes: the release that uname gives; null when not wanted
  * \return true, or false with ..._GETSYSTEMVER_PARAMETER or ..._GETSYSTEMVER_UNAME and nothing written.
  *
- * Runs "cat /etc/os-release" and takes its first 1023 bytes. A file that is missing, or holds no such line, is
- * no failure: the buffers keep what the caller left in them.
+ * Runs "cat /etc/os-release", waits for it, and takes its first 1023 bytes (a value without quotes that stands
+ * there at the end is cut). A file that is missing, or holds no such line, is no failure: the buffers keep what the
+ * caller left in them. Where the command cannot be started the result is true as well, and the code becomes
+ * ..._READCMD_POPEN.
  *
  * Surprising on purpose: keys are compared without regard to case and by their beginning alone (NAME, then
  * VERSION_ID, then VERSION), and a later line overwrites an earlier one. VERSION_CODENAME is a VERSION line too,
@@ -284,7 +287,7 @@ SYSTEMAPI_EXPORT bool SystemApi_System_GetSystemVer(char* ptszOSName, char* ptsz
  * Tells the effective user's name and the host's name.
  *
  * \param[out] ptszUserName 1024 bytes: the name of the effective user in the user database, untouched where
- *                          the user has no entry; null when not wanted
+ *                          the user has no entry or the database cannot be read; null when not wanted
  * \param[out] ptszSysName  1024 bytes: the name that gethostname gives; null when not wanted
  * \return true, always.
  */
@@ -293,8 +296,8 @@ SYSTEMAPI_EXPORT bool SystemApi_System_GetSysName(char* ptszUserName, char* ptsz
 /**
  * Tells the machine's memory, swap and shared memory, and how much of the memory is in use.
  *
- * \param[in,out] pSt_MemoryInfo the caller's record; a field whose line is missing keeps what it held, and is
- *                               scaled all the same
+ * \param[in,out] pSt_MemoryInfo the caller's record; a field whose line is missing, or holds no number, keeps what
+ *                               it held, and is scaled all the same
  * \param[in]     nType          unit: 1 bytes, 2 KiB, 3 MiB, 4 GiB, rounded down; any other value bytes
  * \return true, or false with ..._GETMEMORYUSAGE_PARAMETER or ..._GETMEMORYUSAGE_POPEN, record untouched.
  *

@@ -44,6 +44,8 @@ TEST(SystemVersion, ReadsTheReleaseFileByTheBeginningsOfItsKeys)
          "c"},
         {"a key that begins with NAME is NAME, and a later line overwrites", "NAME=\"a\"\nNAMESPACE=\"b\"\n", "b",
          "version", "build"},
+        {"keys count by their beginnings, and a bracket in VERSION_CODENAME is taken",
+         "VERSION=\"1 (early)\"\nVERSION_CODENAME=\"x (late)\"\nVERSION_IDX=\"7\"\n", "name", "7", "late"},
         {"an empty value is a value", "NAME=\"\"\nVERSION_ID=\nVERSION=\"()\"\n", "", "", ""},
         {"a lone quote, a line without a separator, an open bracket", "NAME=\"a\nVERSION_ID\nVERSION=\"1 (b\"\n",
          "name", "version", "build"},
@@ -52,19 +54,22 @@ TEST(SystemVersion, ReadsTheReleaseFileByTheBeginningsOfItsKeys)
          "build"},
         {"an empty file", "", "name", "version", "build"},
     };
-    for (const auto& st_Row : st_Rows)
-    {
-        SCOPED_TRACE(st_Row.lpszWhy);
-        RunSandboxed([&] {
+    RunSandboxed([&] {
+        for (const auto& st_Row : st_Rows)
+        {
+            SCOPED_TRACE(st_Row.lpszWhy);
             FakeFile("/etc/os-release", st_Row.Release);
             VERSION st_Version;
+            SystemApi_IsErrorOccur = true;
             EXPECT_TRUE(st_Version.Ask());
+            EXPECT_FALSE(SystemApi_IsErrorOccur);
             EXPECT_STREQ(st_Version.tszName, st_Row.lpszName);
             EXPECT_STREQ(st_Version.tszVersion, st_Row.lpszVersion);
             EXPECT_STREQ(st_Version.tszBuild, st_Row.lpszBuild);
             EXPECT_EQ(st_Version.dwType, 2U);
-        });
-    }
+            LiftFakes();
+        }
+    });
 }
 
 TEST(SystemVersion, KernelIsTheReleaseOfUnameAndOptional)
@@ -124,18 +129,23 @@ TEST(SystemVersion, GoesOnWithoutAReleaseFile)
     });
 }
 
-TEST(SystemNames, EachNameIsOptional)
+TEST(SystemNames, AreTheEffectiveUsersAndTheHostsEachOptional)
 {
-    char tszUser[1024] = "user";
-    char tszHost[1024] = "host";
-    char tszExpected[1024] = {};
-    ASSERT_EQ(gethostname(tszExpected, sizeof(tszExpected)), 0);
-    EXPECT_TRUE(SystemApi_System_GetSysName(nullptr, nullptr));
-    EXPECT_TRUE(SystemApi_System_GetSysName(nullptr, tszHost));
-    EXPECT_STREQ(tszHost, tszExpected);
-    EXPECT_TRUE(SystemApi_System_GetSysName(tszUser, nullptr));
-    const passwd* const pSt_User = getpwuid(geteuid());
-    EXPECT_STREQ(tszUser, pSt_User ? pSt_User->pw_name : "user");
+    RunInChild([] {
+        char tszUser[1024] = "user";
+        char tszHost[1024] = "host";
+        char tszExpected[1024] = {};
+        ASSERT_EQ(gethostname(tszExpected, sizeof(tszExpected)), 0);
+        SystemApi_IsErrorOccur = true;
+        EXPECT_TRUE(SystemApi_System_GetSysName(nullptr, nullptr));
+        EXPECT_FALSE(SystemApi_IsErrorOccur);
+        EXPECT_TRUE(SystemApi_System_GetSysName(nullptr, tszHost));
+        EXPECT_STREQ(tszHost, tszExpected);
+        ASSERT_EQ(seteuid(geteuid() == 0 ? 65534 : geteuid()), 0); // root's real user stays another
+        EXPECT_TRUE(SystemApi_System_GetSysName(tszUser, nullptr));
+        const passwd* const pSt_User = getpwuid(geteuid());
+        EXPECT_STREQ(tszUser, pSt_User ? pSt_User->pw_name : "user");
+    });
 }
 
 TEST(SystemNames, AUserWithoutAnEntryLeavesTheBufferAlone)
