@@ -1,6 +1,7 @@
 # What ./run, ./check and .ci/run share. The caller sets ROOT, the top of the tree.
 
 # Everything that building, running and testing needs; .ci/run adds its own.
+# shellcheck disable=SC2034
 PACKAGES="build-essential cmake libcli11-dev libgtest-dev libgmock-dev pkg-config procps"
 
 JOBS=$(nproc)

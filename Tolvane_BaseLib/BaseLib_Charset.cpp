@@ -17,7 +17,8 @@ using CharForm = char[MB_LEN_MAX];
 /// The strict UTF-8 form of a character; 0 bytes where there is none.
 std::size_t EncodeUtf8(wchar_t chSource, CharForm& tszForm) noexcept
 {
-    const auto nCode = static_cast<std::uint32_t>(chSource);
+    const auto nCode =
+        static_cast<std::uint32_t>(chSource); // NOLINT(bugprone-signed-char-misuse,cert-str34-c): wchar_t
     const auto Lead = [nCode](int nShift, unsigned nMark) {
         return static_cast<char>(nMark | (nCode >> nShift));
     };
@@ -76,6 +77,7 @@ std::size_t EncodeLocale(wchar_t chSource, CharForm& tszForm) noexcept
 /// (which holds ASCII alone, though some C libraries let the upper half of a byte through).
 bool LocaleTakesUtf8() noexcept
 {
+    // NOLINTNEXTLINE(concurrency-mt-unsafe): read at once
     const std::string_view Charset(nl_langinfo(CODESET));
     return Charset == "UTF-8" || Charset == "ANSI_X3.4-1968";
 }

@@ -117,7 +117,7 @@ bool BaseLib_String_GetStartEndA(const char* lpszSource, char* ptszDest, const c
 
 bool BaseLib_String_DelSubA(char* ptszText, const char* lpszSub, int)
 {
-    if (!ptszText || !lpszSub || !*lpszSub)
+    if (!ptszText || !lpszSub || *lpszSub == '\0')
         return false;
     const std::size_t nSub = std::strlen(lpszSub);
     char* pWrite = ptszText;

@@ -22,7 +22,7 @@ public:
     CRowTable& operator=(const CRowTable&) = delete;
 
     Row* operator[](long long nRow) const noexcept { return m_ppRows[nRow]; }
-    Row** Get() const noexcept { return m_ppRows; }
+    [[nodiscard]] Row** Get() const noexcept { return m_ppRows; }
     /// The table, now the caller's to release.
     [[nodiscard]] Row** HandOver() noexcept { return std::exchange(m_ppRows, nullptr); }
 

@@ -193,6 +193,7 @@ bool CSystemApi_System::SystemApi_System_GetProcessList(SYSTEMAPI_PROCESS_INFO**
         return Fail(ERROR_SYSTEMAPI_PROCESS_GETPATH_READLINK); // Kept on purpose: 0x040A3002, of the process block.
 
     std::list<SYSTEMAPI_PROCESS_INFO> List;
+    // NOLINTNEXTLINE(concurrency-mt-unsafe): a stream of its own
     while (const dirent* pSt_Entry = readdir(m_Folder.get()))
     {
         const int nPid = PidOfEntry(*pSt_Entry);

@@ -31,7 +31,7 @@ void ReadTerminal()
 {
     const char* lpszNoColour = std::getenv("NO_COLOR");
     st_Terminal.bTerminal = isatty(STDOUT_FILENO) == 1;
-    st_Terminal.bColour = st_Terminal.bTerminal && (!lpszNoColour || *lpszNoColour == '\0');
+    st_Terminal.bColour = st_Terminal.bTerminal && (lpszNoColour == nullptr || *lpszNoColour == '\0');
     st_Terminal.nWidth = WidthOf(st_Terminal.bTerminal);
     std::setlocale(LC_CTYPE, "");
     const bool bUtf8 = std::strcmp(nl_langinfo(CODESET), "UTF-8") == 0;
