@@ -47,11 +47,11 @@ need() {
     [ -n "$missing" ] || return 0
 
     say "Installing:$missing"
-    # shellcheck disable=SC2086 # a list of words
-    if ! {
-        as_root apt-get update &&
-            as_root env DEBIAN_FRONTEND=noninteractive apt-get install -y --no-install-recommends $missing
-    } >"$LOG" 2>&1 </dev/null; then
+    # An update that fails in part may have brought what is needed. One call, so that sudo asks once.
+    # shellcheck disable=SC2016,SC2086 # the inner shell expands; a list of words
+    if ! as_root sh -c 'apt-get update
+        DEBIAN_FRONTEND=noninteractive exec apt-get install -y --no-install-recommends "$@"' sh $missing \
+        >"$LOG" 2>&1 </dev/null; then
         cat "$LOG" >&2
         fail "Packages are missing and could not be installed. As root: apt-get install$missing"
     fi

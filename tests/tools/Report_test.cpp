@@ -114,7 +114,7 @@ TEST(Tool, ArgumentsAndExitStatus)
         {"--help", 0, "report "},
         {"", 106, "A subcommand is required"},
         {"frobnicate", 106, "A subcommand is required"},
-        {"report --frobnicate", 109, "--frobnicate\nShow what"},
+        {"report --frobnicate", 109, "--frobnicate\n"},
         {"report >/dev/full", 1, "systemapi: the output could not be written\n"},
     };
     for (const auto& st_Row : st_Rows)
