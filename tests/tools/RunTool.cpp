@@ -22,7 +22,7 @@ int ExitOf(int nStatus)
 
 TOOL_RESULT RunTool(const std::string& Arguments, const std::string& Before)
 {
-    const std::string Command = "exec 2>&1; unset COLUMNS; " + Before + " " SYSTEMAPI_TOOL " " + Arguments;
+    const std::string Command = "exec 2>&1; unset COLUMNS; " + Before + " '" SYSTEMAPI_TOOL "' " + Arguments;
     FILE* pSt_Pipe = popen(Command.c_str(), "r");
     std::string Output;
     for (int nByte = 0; (nByte = std::getc(pSt_Pipe)) != EOF;)
@@ -32,7 +32,7 @@ TOOL_RESULT RunTool(const std::string& Arguments, const std::string& Before)
 
 TOOL_RESULT RunToolOnTerminal(const std::string& Arguments, unsigned short nColumns)
 {
-    const std::string Command = "stty -opost; exec " SYSTEMAPI_TOOL " " + Arguments;
+    const std::string Command = "stty -opost; exec '" SYSTEMAPI_TOOL "' " + Arguments;
     const winsize st_Size = {24, nColumns, 0, 0};
     int nTerminal = -1;
     const pid_t nPid = forkpty(&nTerminal, nullptr, nullptr, &st_Size);
