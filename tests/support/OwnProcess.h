@@ -1,4 +1,4 @@
-/// What the process tests share.
+/// Processes that a test starts, and what is seen of them and of the library's commands.
 #pragma once
 
 #include "Fakes.h"
