@@ -5,7 +5,9 @@
 #include <cerrno>
 #include <cstdio>
 #include <dirent.h>
+#include <locale.h>
 #include <memory>
+#include <type_traits>
 
 template <auto pfnClose>
 struct CloseKeepingErrno
@@ -22,3 +24,4 @@ struct CloseKeepingErrno
 using FileHandle = std::unique_ptr<FILE, CloseKeepingErrno<fclose>>;
 using PipeHandle = std::unique_ptr<FILE, CloseKeepingErrno<pclose>>; // waits for the command
 using FolderHandle = std::unique_ptr<DIR, CloseKeepingErrno<closedir>>;
+using LocaleHandle = std::unique_ptr<std::remove_pointer_t<locale_t>, CloseKeepingErrno<freelocale>>;

@@ -34,6 +34,57 @@ bool SystemApi_Process_ReadCmdReturn(const char* lpszCmd, char* ptszMsgBuffer, i
 {
     return m_ProcessSdk.SystemApi_Process_ReadCmdReturn(lpszCmd, ptszMsgBuffer, nReadLines, nStartLine, pInt_Len);
 }
+bool SystemApi_Process_GetProcessInfo(tag_SystemApi_Process_Infomation* pSt_ProcessInfo, const char* lpszProcessName,
+                                      int nPid)
+{
+    return m_ProcessSdk.SystemApi_Process_GetProcessInfo(pSt_ProcessInfo, lpszProcessName, nPid);
+}
+bool SystemApi_Process_CreateProcess(unsigned long* pInt_ProcessId, const char* lpszProcessName,
+                                     const char* lpszCmdLine, bool bShow)
+{
+    return m_ProcessSdk.SystemApi_Process_CreateProcess(pInt_ProcessId, lpszProcessName, lpszCmdLine, bShow);
+}
+bool SystemApi_Process_RunProcess(unsigned long* pInt_ProcessId, const char* lpszProcessName, const char* lpszArgv0,
+                                  const char* lpszArgv1, bool bShow)
+{
+    return m_ProcessSdk.SystemApi_Process_RunProcess(pInt_ProcessId, lpszProcessName, lpszArgv0, lpszArgv1, bShow);
+}
+bool SystemApi_Process_Stop(const char* lpszProcessName, int nPid, bool bWaitSigchld)
+{
+    return m_ProcessSdk.SystemApi_Process_Stop(lpszProcessName, nPid, bWaitSigchld);
+}
+bool SystemApi_Process_GetProcessCpuUsage(int* pInt_Usage, int nPid)
+{
+    return m_ProcessSdk.SystemApi_Process_GetProcessCpuUsage(pInt_Usage, nPid);
+}
+bool SystemApi_Process_GetUpTime(TOLVANE_LIBTIME* pSt_Time, int nPid)
+{
+    return m_ProcessSdk.SystemApi_Process_GetUpTime(pSt_Time, nPid);
+}
+bool SystemApi_Process_GetPath(char* ptszPath, int nPid)
+{
+    return m_ProcessSdk.SystemApi_Process_GetPath(ptszPath, nPid);
+}
+bool SystemApi_Process_IsAdmin(void)
+{
+    return m_ProcessSdk.SystemApi_Process_IsAdmin();
+}
+bool SystemApi_Process_GetPriority(int* pInt_Priority, int nPid)
+{
+    return m_ProcessSdk.SystemApi_Process_GetPriority(pInt_Priority, nPid);
+}
+bool SystemApi_Process_SetPriority(int nPriority, int nPid)
+{
+    return m_ProcessSdk.SystemApi_Process_SetPriority(nPriority, nPid);
+}
+bool SystemApi_Process_SetProcessForCpu(int nPid, unsigned long nCpuNumber)
+{
+    return m_ProcessSdk.SystemApi_Process_SetProcessForCpu(nPid, nCpuNumber);
+}
+bool SystemApi_Process_GetProcessForCpu(int nPid, unsigned long* pInt_CpuMask)
+{
+    return m_ProcessSdk.SystemApi_Process_GetProcessForCpu(nPid, pInt_CpuMask);
+}
 
 // The system
 bool SystemApi_System_GetSystemVer(char* ptszOSName, char* ptszOSVersion, char* ptszOSBuild,

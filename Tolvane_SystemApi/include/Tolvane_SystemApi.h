@@ -145,7 +145,7 @@ typedef struct tag_SystemApi_SdkSerial_Information
 /* The attribute operations report a null argument with 0x040A3000 too, the affinity operations EPERM with
  * 0x040A3001, and 0x040A3002 stands for a failed affinity query as well as for a process list that could not
  * open /proc. */
-#define ERROR_SYSTEMAPI_PROCESS_CREATE_PARAMETER 0x040A3000UL   /* id pointer or path is null */
+#define ERROR_SYSTEMAPI_PROCESS_CREATE_PARAMETER 0x040A3000UL   /* id or path is null, arguments too long */
 #define ERROR_SYSTEMAPI_PROCESS_GETINFO_PARAMETER 0x040A3000UL  /* record is null */
 #define ERROR_SYSTEMAPI_PROCESS_READCMD_PARAMETER 0x040A3000UL  /* command or buffer is null */
 #define ERROR_SYSTEMAPI_PROCESS_RUN_PARAMETER 0x040A3000UL      /* path or first argument is null */
@@ -200,6 +200,186 @@ typedef struct tag_SystemApi_Process_Infomation
  */
 SYSTEMAPI_EXPORT bool SystemApi_Process_ReadCmdReturn(const char* lpszCmd, char* ptszMsgBuffer, int nReadLines,
                                                       int nStartLine, int* pInt_Len);
+
+/**
+ * Tells what is known of one process: the first that a name finds, the one with an id, or the caller.
+ *
+ * \param[in,out] pSt_ProcessInfo the caller's record, not cleared first: what a failing call does not reach keeps
+ *                                what it held
+ * \param[in]     lpszProcessName a name to look for; null looks at nPid. It becomes part of a shell command and a
+ *                                grep pattern: never pass text from an untrusted source
+ * \param[in]     nPid            the process id when no name is given; 0 is the calling process
+ * \return true; or false with
+ *         ..._GETINFO_PARAMETER, record untouched;
+ *         ..._GETINFO_NOTFOUND when the name lookup printed nothing, record untouched;
+ *         ..._GETINFO_USER when no user has the login uid: all fields but tszUserName are written;
+ *         ..._READCMD_POPEN when a command could not be started; what came before it is written.
+ *
+ * Runs, one after the other and waiting for each, "ps -ef | grep NAME | awk '{print $2}'" for a name, then
+ * "/proc/<id>/stat", "/proc/<id>/statm" and "cat /proc/<id>/loginuid". A command longer than 1023 bytes is cut.
+ *
+ * Surprising on purpose: the two entries are handed to the shell as commands, not read. Where they cannot be run,
+ * as on every ordinary system, the shell complains on standard error and the call succeeds with nPid,
+ * nThreadCount and the memory fields 0, an empty tszAppName, the state 6 and the name of user 0. The login uid is
+ * that of the id found in the stat text, not of the id asked for. A name finds the first line of the listing that
+ * holds it, be that the lookup's own shell or grep. The brackets of the command name stay, and a blank inside it
+ * shifts what follows. Memory is in pages divided by 4.
+ */
+SYSTEMAPI_EXPORT bool SystemApi_Process_GetProcessInfo(tag_SystemApi_Process_Infomation* pSt_ProcessInfo,
+                                                       const char* lpszProcessName, int nPid);
+
+/**
+ * Starts a program (posix_spawn), with an empty environment.
+ *
+ * \param[out] pInt_ProcessId  receives the id of the new process, which is the caller's child: reap it with
+ *                             waitpid
+ * \param[in]  lpszProcessName path of the program; PATH is not searched. Its last component is argv[0]
+ * \param[in]  lpszCmdLine     the arguments, at most 1023 bytes, split at blanks; null when there are none
+ * \param[in]  bShow           not used
+ * \return true, or false with ..._CREATE_PARAMETER (the id pointer or the path is null, or the arguments are too
+ *         long) or ..._CREATE_SPAWN (no such program, for one), id untouched. errno does not tell why a program
+ *         did not start. Does not wait for the program.
+ *
+ * Surprising on purpose: only the blank splits. A tab does not, runs of blanks give no empty arguments, and quotes
+ * are ordinary characters.
+ */
+SYSTEMAPI_EXPORT bool SystemApi_Process_CreateProcess(unsigned long* pInt_ProcessId, const char* lpszProcessName,
+                                                      const char* lpszCmdLine, bool bShow);
+
+/**
+ * Starts a program (fork and execl), with the caller's environment.
+ *
+ * \param[out] pInt_ProcessId  written in the child alone, with its own id; must not be null, or the child ends
+ *                             with SIGSEGV
+ * \param[in]  lpszProcessName path of the program; PATH is not searched
+ * \param[in]  lpszArgv0       the program's argv[0]
+ * \param[in]  lpszArgv1       its one further argument; null when there is none
+ * \param[in]  bShow           not used
+ * \return in the caller true as soon as the child is forked, or false with ..._RUN_PARAMETER or ..._RUN_FORK. Does
+ *         not wait for the child, which the caller reaps.
+ *
+ * Surprising on purpose: the caller is not told the child's id. And where the program cannot be started the call
+ * returns a second time, in the child, as false with ..._RUN_EXEC: the child then runs on in the caller's code, a
+ * copy of the whole process with the calling thread alone. Leave it with _exit.
+ */
+SYSTEMAPI_EXPORT bool SystemApi_Process_RunProcess(unsigned long* pInt_ProcessId, const char* lpszProcessName,
+                                                   const char* lpszArgv0, const char* lpszArgv1, bool bShow);
+
+/**
+ * Sends SIGINT to a process, and waits for it to end when it is a child of the caller.
+ *
+ * \param[in] lpszProcessName a name to look for; null takes nPid. It becomes part of a shell command and a grep
+ *                            pattern, matched against whole lines of the listing (user names, arguments): never
+ *                            pass text from an untrusted source
+ * \param[in] nPid            the process id when no name is given, handed to kill as it is: 0 is the caller's
+ *                            process group, -1 every process that may be signalled, below -1 another group
+ * \param[in] bWaitSigchld    whether SIGCHLD is ignored, process-wide, until the process has ended
+ * \return true once the signal is sent and the wait is over; or false with
+ *         ..._STOP_READCMD when the lookup could not be started;
+ *         ..._STOP_NOTFOUND when it found no process id, or its command would be longer than 1023 bytes;
+ *         ..._STOP_PERMISSION or ..._STOP_KILL as kill failed.
+ *
+ * A name runs "ps -aux | grep NAME | grep -v grep | awk '{print $2}'" and stops the first process it lists, no
+ * other. Blocks as long as a child takes to end, which is for ever when it does not heed SIGINT; a process that is
+ * no child is not waited for. A signal handler does not end the wait.
+ *
+ * Surprising on purpose: with bWaitSigchld, SIGCHLD has its default disposition after a success, whatever it was
+ * before, and stays ignored when kill fails. While it is ignored, other threads find their children reaped.
+ */
+SYSTEMAPI_EXPORT bool SystemApi_Process_Stop(const char* lpszProcessName, int nPid, bool bWaitSigchld);
+
+/**
+ * Tells how much processor time a process used, in per cent of its lifetime.
+ *
+ * \param[out] pInt_Usage receives the usage, its fraction cut off
+ * \param[in]  nPid       the process id; 0 is the calling process
+ * \return true, or false with 0x040A3000 (pointer is null) or ..._READCMD_POPEN, output untouched.
+ *
+ * Runs "ps aux | grep <id> | awk '{print($3$4);}'" and takes the first number of the first 1023 bytes.
+ *
+ * Surprising on purpose: every line of the listing that holds the digits of the id anywhere counts, and the first
+ * one wins, whichever process it is of. No line, no number: the usage is 0. The two columns are printed run
+ * together: "12.5" and "0.3" read as 12.50.
+ */
+SYSTEMAPI_EXPORT bool SystemApi_Process_GetProcessCpuUsage(int* pInt_Usage, int nPid);
+
+/**
+ * Tells when a process was started, in local time.
+ *
+ * \param[out] pSt_Time the caller's record
+ * \param[in]  nPid     the process id; 0 is the calling process
+ * \return true, or false with 0x040A3000 (record is null) or ..._READCMD_POPEN, record untouched.
+ *
+ * Runs "ps -p <id> -o lstart=" and reads its first line, which is English in every locale of the caller.
+ *
+ * Surprising on purpose: an id that no process has is a success that leaves the record as it was. The text is read
+ * as standard time, so a start during daylight saving time is reported one hour (the zone's shift) late.
+ */
+SYSTEMAPI_EXPORT bool SystemApi_Process_GetUpTime(TOLVANE_LIBTIME* pSt_Time, int nPid);
+
+/**
+ * Tells the path of a process's executable (readlink of /proc/<id>/exe).
+ *
+ * \param[out] ptszPath 1024 bytes, zeroed by the caller: no null character is written
+ * \param[in]  nPid     the process id; 0 is the calling process
+ * \return true, or false with 0x040A3000 (buffer is null) or ..._GETPATH_READLINK, buffer untouched.
+ *
+ * Surprising on purpose: a path of 1024 bytes or more fills the buffer, without an ending null character. A program
+ * that was replaced or removed since has " (deleted)" behind its path.
+ */
+SYSTEMAPI_EXPORT bool SystemApi_Process_GetPath(char* ptszPath, int nPid);
+
+/**
+ * Tells whether the caller runs as the superuser.
+ *
+ * \return true when the effective user is 0. False is an answer, no failure.
+ */
+SYSTEMAPI_EXPORT bool SystemApi_Process_IsAdmin(void);
+
+/**
+ * Tells the nice value of a process (getpriority).
+ *
+ * \param[out] pInt_Priority receives -20 (most favoured) to 19
+ * \param[in]  nPid          the process id; 0 is the calling process
+ * \return true, or false with 0x040A3000 (pointer is null) or ..._GETPRIORITY_FAILED, output untouched.
+ *
+ * Surprising on purpose: a nice value of -1 cannot be told from a failure and is reported as one.
+ */
+SYSTEMAPI_EXPORT bool SystemApi_Process_GetPriority(int* pInt_Priority, int nPid);
+
+/**
+ * Gives a process the highest priority (setpriority).
+ *
+ * \param[in] nPriority -20 or lower; the kernel takes what is lower for -20
+ * \param[in] nPid      the process id; 0 is the calling process
+ * \return true, or false with ..._SETPRIORITY_RANGE, before any system call, or ..._SETPRIORITY_FAILED, for one
+ *         where the caller lacks the privilege.
+ *
+ * Surprising on purpose: no other nice value is accepted, 0 and positive ones included.
+ */
+SYSTEMAPI_EXPORT bool SystemApi_Process_SetPriority(int nPriority, int nPid);
+
+/**
+ * Binds a thread to one processor (sched_setaffinity).
+ *
+ * \param[in] nPid       the thread's id (a process id is its main thread's); 0 is the calling thread alone
+ * \param[in] nCpuNumber index of the processor, counted from 0: a number, not a mask
+ * \return true, or false with 0x040A3001 (not permitted) or ..._SETCPU_FAILED, also for a processor that the
+ *         machine does not have; errno tells.
+ */
+SYSTEMAPI_EXPORT bool SystemApi_Process_SetProcessForCpu(int nPid, unsigned long nCpuNumber);
+
+/**
+ * Tells which processors a thread may run on (sched_getaffinity).
+ *
+ * \param[in]     nPid         the thread's id (a process id is its main thread's); 0 is the calling thread alone
+ * \param[in,out] pInt_CpuMask bit n is processor n; must not be null
+ * \return true, or false with 0x040A3001 (not permitted) or 0x040A3002 (any other reason; errno), mask untouched.
+ *
+ * Surprising on purpose: bits are added to those that the mask holds, so zero it first. The processors 64 and above
+ * share the bits of the lower ones: 64 is bit 0 too.
+ */
+SYSTEMAPI_EXPORT bool SystemApi_Process_GetProcessForCpu(int nPid, unsigned long* pInt_CpuMask);
 
 /* ===================================================================================================
  * The system: 0x040A1xxx

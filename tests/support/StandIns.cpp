@@ -1,6 +1,7 @@
 #include "StandIns.h"
 
 #include <cerrno>
+#include <cstdio>
 #include <dlfcn.h>
 #include <gtest/gtest.h>
 
@@ -46,6 +47,14 @@ int kill(pid_t nPid, int nSignal) noexcept
         return StandIns().Kill(nPid, nSignal);
     return nPid > 1 && StandIns().Own.count(nPid) > 0 ? RealCall<int(pid_t, int)>("kill")(nPid, nSignal)
                                                       : Refuse("kill");
+}
+
+FILE* popen(const char* lpszCmd, const char* lpszMode)
+{
+    if (!StandIns().Popen || StandIns().Popen(lpszCmd))
+        return RealCall<FILE*(const char*, const char*)>("popen")(lpszCmd, lpszMode);
+    errno = EMFILE;
+    return nullptr;
 }
 
 pid_t fork() noexcept

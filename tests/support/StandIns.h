@@ -22,6 +22,7 @@ struct STAND_INS
     std::function<int(pid_t, int)> Kill;
     std::set<pid_t> Own;
     // For real without a stand-in.
+    std::function<bool(const char*)> Popen; // sees each command; false refuses it with EMFILE
     std::function<pid_t()> Fork;
     std::function<int(utsname*)> Uname;
     std::function<int(struct sysinfo*)> SysInfo;

@@ -5,3 +5,4 @@
 #include <CLI/CLI.hpp>
 
 void AddReport(CLI::App& App);
+void AddProcess(CLI::App& App);

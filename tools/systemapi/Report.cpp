@@ -19,6 +19,7 @@ constexpr struct
     {"System", ReportSystem},
     {"Memory", ReportMemory},
     {"Processes", ReportProcesses},
+    {"This process", ReportOwnProcess},
 };
 
 constexpr int nIndent = 2;

@@ -41,3 +41,4 @@ private:
 void ReportSystem(CReport& Report);
 void ReportMemory(CReport& Report);
 void ReportProcesses(CReport& Report);
+void ReportOwnProcess(CReport& Report);
