@@ -46,6 +46,11 @@ private:
     bool m_bSet;
 };
 
+std::string Times(int nCount, const std::string& Text)
+{
+    return nCount == 0 ? "" : Text + Times(nCount - 1, Text);
+}
+
 std::wstring Chars(std::size_t nCount, wchar_t chWhich)
 {
     return std::wstring(nCount, chWhich);
@@ -106,21 +111,9 @@ TEST(Charset, TheLocalesFormWhereItHoldsTheTextToTheLetter)
         {"the locale writes a backslash, which is another name", L"¥", "\xC2\xA5"},
         {"one character that it lacks makes the whole text UTF-8", L"あ😀", "あ😀"},
         {"neither can hold it", L"あ\xD800", "", false},
-        {"1023 bytes, of UTF-8 it would be 1364", Chars(341, L'é'),
-         [] {
-             std::string Form;
-             for (int nCount = 0; nCount < 341; ++nCount)
-                 Form += "\x8F\xAB\xB1";
-             return Form;
-         }()},
+        {"1023 bytes fit", Chars(341, L'é'), Times(341, "\x8F\xAB\xB1")},
         {"1026 bytes do not fit, and UTF-8 is no way out", Chars(342, L'é'), "", false},
-        {"too long, were the end not lacking", Chars(342, L'é') + L"😀",
-         [] {
-             std::string Form;
-             for (int nCount = 0; nCount < 342; ++nCount)
-                 Form += "é";
-             return Form + "😀";
-         }()},
+        {"too long, were the end not lacking", Chars(342, L'é') + L"😀", Times(342, "é") + "😀"},
     };
     for (const ROW& st_Row : st_Rows)
         ExpectForm(BaseLib_Charset_UnicodeToAnsi, st_Row);

@@ -22,38 +22,19 @@ std::vector<CALL>& Calls()
 }
 } // namespace
 
-CSystemApi_File::CSystemApi_File()
-{
-    Calls().emplace_back('+', this);
-}
-CSystemApi_File::~CSystemApi_File()
-{
-    Calls().emplace_back('-', this);
-}
-CSystemApi_HardWare::CSystemApi_HardWare()
-{
-    Calls().emplace_back('+', this);
-}
-CSystemApi_HardWare::~CSystemApi_HardWare()
-{
-    Calls().emplace_back('-', this);
-}
-CSystemApi_Process::CSystemApi_Process()
-{
-    Calls().emplace_back('+', this);
-}
-CSystemApi_Process::~CSystemApi_Process()
-{
-    Calls().emplace_back('-', this);
-}
-CSystemApi_System::CSystemApi_System()
-{
-    Calls().emplace_back('+', this);
-}
-CSystemApi_System::~CSystemApi_System()
-{
-    Calls().emplace_back('-', this);
-}
+#define RECORD_CALLS(Class)                                                                                          \
+    Class::Class()                                                                                                   \
+    {                                                                                                                \
+        Calls().emplace_back('+', this);                                                                             \
+    }                                                                                                                \
+    Class::~Class()                                                                                                  \
+    {                                                                                                                \
+        Calls().emplace_back('-', this);                                                                             \
+    }
+RECORD_CALLS(CSystemApi_File)
+RECORD_CALLS(CSystemApi_HardWare)
+RECORD_CALLS(CSystemApi_Process)
+RECORD_CALLS(CSystemApi_System)
 
 TEST(LoadOrder, ObjectsAreConstructedInOrderAndDestroyedInReverse)
 {

@@ -6,145 +6,141 @@
 #include <stdio.h>
 #include <string.h>
 
-#define SIZE(Record, nSize)                                                                                          \
-    _Static_assert(sizeof(struct Record) == sizeof(Record) && sizeof(Record) == (nSize), "size")
-#define PLACE(Record, Field, nOffset) _Static_assert(offsetof(Record, Field) == (nOffset), "offset")
-#define VALUE(Symbol, dwValue)                                                                                       \
-    {                                                                                                                \
-#Symbol, Symbol, dwValue                                                                                     \
+// clang-format off: tables
+#define SIZE(nSize) (sizeof(R) == (nSize))
+#define AT(Field, nPlace) (offsetof(R, Field) == (nPlace))
+static inline void CheckLayout(void)
+{
+    {
+        typedef TOLVANE_LIBTIME R;
+        _Static_assert(SIZE(24) && AT(nMonth, 4) && AT(nDay, 8) && AT(nHour, 12) && AT(nMinute, 16) &&
+                           AT(nSecond, 20),
+                       "layout");
     }
+    {
+        typedef SYSTEMAPI_FILE_ATTR R;
+        _Static_assert(SIZE(40) && AT(nCreateTime, 8) && AT(nAccessTime, 16) && AT(nWriteTime, 24) &&
+                           AT(bIsFile, 32) && AT(bIsHidden, 33) && AT(bIsRead, 34),
+                       "layout");
+    }
+    {
+        typedef tag_SystemApi_Disk_Information R;
+        _Static_assert(SIZE(24) && AT(enDiskType, 4) && AT(dwDiskTotal, 8) && AT(dwDiskFree, 16), "layout");
+    }
+    {
+        typedef tag_SystemApi_Cpu_Information R;
+        _Static_assert(SIZE(204) && AT(tszCpuVendor, 128) && AT(nCpuSpeed, 192) && AT(nCpuNumber, 196) &&
+                           AT(nCpuCore, 200),
+                       "layout");
+    }
+    {
+        typedef tag_SystemApi_SdkSerial_Information R;
+        _Static_assert(SIZE(256) && AT(tszBoardSerial, 64) && AT(tszDiskSerial, 128) && AT(tszSystemUUID, 192),
+                       "layout");
+    }
+    {
+        typedef tag_SystemApi_Process_Infomation R;
+        _Static_assert(SIZE(2072) && AT(nThreadCount, 4) && AT(tszAppName, 8) && AT(tszUserName, 1032) &&
+                           AT(nAppState, 2056) && AT(nVirtualMem, 2060) && AT(nResidentMem, 2064) &&
+                           AT(nSharedMem, 2068),
+                       "layout");
+    }
+    {
+        typedef tag_SystemApi_Memory_Infomation R;
+        _Static_assert(SIZE(64) && AT(nMemoryTotal, 8) && AT(nMemoryAvailable, 16) && AT(nSwapTotal, 24) &&
+                           AT(nSwapFree, 32) && AT(nMemoryShared, 40) && AT(nMemoryReserved1, 48) &&
+                           AT(nMemoryReserved2, 56),
+                       "layout");
+    }
+    {
+        typedef tag_LinuxSdk_SystemCpu_Occupy R;
+        _Static_assert(SIZE(36) && AT(dwUser, 20) && AT(dwNice, 24) && AT(dwSystem, 28) && AT(dwIdle, 32), "layout");
+    }
+    {
+        typedef SYSTEMAPI_PROCESS_INFO R;
+        _Static_assert(SIZE(1028) && AT(nPid, 1024), "layout");
+    }
+}
 
-SIZE(TOLVANE_LIBTIME, 24);
-PLACE(TOLVANE_LIBTIME, nMonth, 4);
-PLACE(TOLVANE_LIBTIME, nDay, 8);
-PLACE(TOLVANE_LIBTIME, nHour, 12);
-PLACE(TOLVANE_LIBTIME, nMinute, 16);
-PLACE(TOLVANE_LIBTIME, nSecond, 20);
-
-SIZE(SYSTEMAPI_FILE_ATTR, 40);
-PLACE(SYSTEMAPI_FILE_ATTR, nCreateTime, 8);
-PLACE(SYSTEMAPI_FILE_ATTR, nAccessTime, 16);
-PLACE(SYSTEMAPI_FILE_ATTR, nWriteTime, 24);
-PLACE(SYSTEMAPI_FILE_ATTR, bIsFile, 32);
-PLACE(SYSTEMAPI_FILE_ATTR, bIsHidden, 33);
-PLACE(SYSTEMAPI_FILE_ATTR, bIsRead, 34);
-
-SIZE(tag_SystemApi_Disk_Information, 24);
-PLACE(tag_SystemApi_Disk_Information, enDiskType, 4);
-PLACE(tag_SystemApi_Disk_Information, dwDiskTotal, 8);
-PLACE(tag_SystemApi_Disk_Information, dwDiskFree, 16);
-
-SIZE(tag_SystemApi_Cpu_Information, 204);
-PLACE(tag_SystemApi_Cpu_Information, tszCpuVendor, 128);
-PLACE(tag_SystemApi_Cpu_Information, nCpuSpeed, 192);
-PLACE(tag_SystemApi_Cpu_Information, nCpuNumber, 196);
-PLACE(tag_SystemApi_Cpu_Information, nCpuCore, 200);
-
-SIZE(tag_SystemApi_SdkSerial_Information, 256);
-PLACE(tag_SystemApi_SdkSerial_Information, tszBoardSerial, 64);
-PLACE(tag_SystemApi_SdkSerial_Information, tszDiskSerial, 128);
-PLACE(tag_SystemApi_SdkSerial_Information, tszSystemUUID, 192);
-
-SIZE(tag_SystemApi_Process_Infomation, 2072);
-PLACE(tag_SystemApi_Process_Infomation, nThreadCount, 4);
-PLACE(tag_SystemApi_Process_Infomation, tszAppName, 8);
-PLACE(tag_SystemApi_Process_Infomation, tszUserName, 1032);
-PLACE(tag_SystemApi_Process_Infomation, nAppState, 2056);
-PLACE(tag_SystemApi_Process_Infomation, nVirtualMem, 2060);
-PLACE(tag_SystemApi_Process_Infomation, nResidentMem, 2064);
-PLACE(tag_SystemApi_Process_Infomation, nSharedMem, 2068);
-
-SIZE(tag_SystemApi_Memory_Infomation, 64);
-PLACE(tag_SystemApi_Memory_Infomation, nMemoryTotal, 8);
-PLACE(tag_SystemApi_Memory_Infomation, nMemoryAvailable, 16);
-PLACE(tag_SystemApi_Memory_Infomation, nSwapTotal, 24);
-PLACE(tag_SystemApi_Memory_Infomation, nSwapFree, 32);
-PLACE(tag_SystemApi_Memory_Infomation, nMemoryShared, 40);
-PLACE(tag_SystemApi_Memory_Infomation, nMemoryReserved1, 48);
-PLACE(tag_SystemApi_Memory_Infomation, nMemoryReserved2, 56);
-
-SIZE(tag_LinuxSdk_SystemCpu_Occupy, 36);
-PLACE(tag_LinuxSdk_SystemCpu_Occupy, dwUser, 20);
-PLACE(tag_LinuxSdk_SystemCpu_Occupy, dwNice, 24);
-PLACE(tag_LinuxSdk_SystemCpu_Occupy, dwSystem, 28);
-PLACE(tag_LinuxSdk_SystemCpu_Occupy, dwIdle, 32);
-
-SIZE(SYSTEMAPI_PROCESS_INFO, 1028);
-PLACE(SYSTEMAPI_PROCESS_INFO, nPid, 1024);
-
+#define ERROR(Name, nLow)                                                                                            \
+    {                                                                                                                \
+        "ERROR_SYSTEMAPI_" #Name, ERROR_SYSTEMAPI_##Name, 0x040A##nLow                                               \
+    }
+#define SELECTOR(Name, nValue)                                                                                       \
+    {                                                                                                                \
+        "SYSTEMAPI_SHUTDOWN_TYPE_" #Name, SYSTEMAPI_SHUTDOWN_TYPE_##Name, nValue                                     \
+    }
 static const struct
 {
     const char* lpszSymbol;
-    unsigned long dwDefined;
-    unsigned long dwDue;
-} st_Values[] = {
-    VALUE(ERROR_SYSTEMAPI_FILE_GETATTR_PARAMETER, 0x040A0001),
-    VALUE(ERROR_SYSTEMAPI_FILE_GETATTR_STAT, 0x040A0002),
-    VALUE(ERROR_SYSTEMAPI_FILE_SAVEBUFF_PARAMETER, 0x040A0010),
-    VALUE(ERROR_SYSTEMAPI_FILE_SAVEBUFF_OPEN, 0x040A0011),
-    VALUE(ERROR_SYSTEMAPI_FILE_ENUMFILE_PARAMETER, 0x040A0020),
-    VALUE(ERROR_SYSTEMAPI_FILE_ENUMFILE_NOTFOUND, 0x040A0021),
-    VALUE(ERROR_SYSTEMAPI_FILE_ENUMFILE_NOTDIR, 0x040A0022),
-    VALUE(ERROR_SYSTEMAPI_FILE_CREATEFOLDER_PARAMETER, 0x040A0030),
-    VALUE(ERROR_SYSTEMAPI_FILE_CREATEFOLDER_CREATE, 0x040A0031),
-    VALUE(ERROR_SYSTEMAPI_FILE_DELETEFOLDER_PARAMETER, 0x040A0040),
-    VALUE(ERROR_SYSTEMAPI_FILE_SPARSE_PARAMETER, 0x040A0050),
-    VALUE(ERROR_SYSTEMAPI_FILE_SPARSE_OPEN, 0x040A0051),
-    VALUE(ERROR_SYSTEMAPI_FILE_COPY_PARAMETER, 0x040A0070),
-    VALUE(ERROR_SYSTEMAPI_FILE_COPY_EXIST, 0x040A0071),
-    VALUE(ERROR_SYSTEMAPI_FILE_COPY_COPY, 0x040A0072),
-    VALUE(ERROR_SYSTEMAPI_FILE_SPARSE_WRITE, 0x040A0502),
-    VALUE(ERROR_SYSTEMAPI_SYSTEM_GETSYSTEMVER_PARAMETER, 0x040A1001),
-    VALUE(ERROR_SYSTEMAPI_SYSTEM_GETSYSTEMVER_UNAME, 0x040A1002),
-    VALUE(ERROR_SYSTEMAPI_SYSTEM_GETMEMORYUSAGE_PARAMETER, 0x040A1010),
-    VALUE(ERROR_SYSTEMAPI_SYSTEM_GETMEMORYUSAGE_POPEN, 0x040A1011),
-    VALUE(ERROR_SYSTEMAPI_SYSTEM_GETCPUUSAGE_PARAMETER, 0x040A1020),
-    VALUE(ERROR_SYSTEMAPI_SYSTEM_GETUPTIME_PARAMETER, 0x040A1030),
-    VALUE(ERROR_SYSTEMAPI_SYSTEM_GETUPTIME_LOCALTIME, 0x040A1032),
-    VALUE(ERROR_SYSTEMAPI_SYSTEM_GETPROCESSCOUNT_PARAMETER, 0x040A1040),
-    VALUE(ERROR_SYSTEMAPI_SYSTEM_GETPROCESSCOUNT_SYSINFO, 0x040A1041),
-    VALUE(ERROR_SYSTEMAPI_SYSTEM_SHUTDOWN_PARAMETER, 0x040A1050),
-    VALUE(ERROR_SYSTEMAPI_SYSTEM_SHUTDOWN_EXEC, 0x040A1051),
-    VALUE(ERROR_SYSTEMAPI_SYSTEM_SYSTEMEX_PARAMETER, 0x040A1060),
-    VALUE(ERROR_SYSTEMAPI_SYSTEM_SYSTEMEX_SIGNAL, 0x040A1061),
-    VALUE(ERROR_SYSTEMAPI_SYSTEM_SYSTEMEX_FORK, 0x040A1062),
-    VALUE(ERROR_SYSTEMAPI_SYSTEM_GETSYSIDLETIME_OPEN, 0x040A10B1),
-    VALUE(ERROR_SYSTEMAPI_SYSTEM_GETOCCUPY_OPEN, 0x040A10F0),
-    VALUE(ERROR_SYSTEMAPI_SYSTEM_GETOCCUPY_READ, 0x040A10F1),
-    VALUE(ERROR_SYSTEMAPI_HARDWARE_GETCPUINFO_PARAMETER, 0x040A2001),
-    VALUE(ERROR_SYSTEMAPI_HARDWARE_GETDISKINFO_PARAMETER, 0x040A2001),
-    VALUE(ERROR_SYSTEMAPI_HARDWARE_GETDISKNUMBER_PARAMETER, 0x040A2001),
-    VALUE(ERROR_SYSTEMAPI_HARDWARE_GETSERIAL_PARAMETER, 0x040A2001),
-    VALUE(ERROR_SYSTEMAPI_HARDWARE_GETDISKINFO_STATFS, 0x040A2002),
-    VALUE(ERROR_SYSTEMAPI_HARDWARE_GETDISKINFO_TYPE, 0x040A2003),
-    VALUE(ERROR_SYSTEMAPI_HARDWARE_GETCPUINFO_READ, 0x040A2009),
-    VALUE(ERROR_SYSTEMAPI_HARDWARE_GETDISKNUMBER_OPEN, 0x040A2009),
-    VALUE(ERROR_SYSTEMAPI_PROCESS_CREATE_PARAMETER, 0x040A3000),
-    VALUE(ERROR_SYSTEMAPI_PROCESS_GETINFO_PARAMETER, 0x040A3000),
-    VALUE(ERROR_SYSTEMAPI_PROCESS_READCMD_PARAMETER, 0x040A3000),
-    VALUE(ERROR_SYSTEMAPI_PROCESS_RUN_PARAMETER, 0x040A3000),
-    VALUE(ERROR_SYSTEMAPI_PROCESS_READCMD_POPEN, 0x040A3001),
-    VALUE(ERROR_SYSTEMAPI_PROCESS_STOP_PERMISSION, 0x040A3001),
-    VALUE(ERROR_SYSTEMAPI_PROCESS_GETPATH_READLINK, 0x040A3002),
-    VALUE(ERROR_SYSTEMAPI_PROCESS_GETINFO_USER, 0x040A3006),
-    VALUE(ERROR_SYSTEMAPI_PROCESS_GETINFO_NOTFOUND, 0x040A3007),
-    VALUE(ERROR_SYSTEMAPI_PROCESS_STOP_NOTFOUND, 0x040A3007),
-    VALUE(ERROR_SYSTEMAPI_PROCESS_GETPRIORITY_FAILED, 0x040A3013),
-    VALUE(ERROR_SYSTEMAPI_PROCESS_SETPRIORITY_FAILED, 0x040A3014),
-    VALUE(ERROR_SYSTEMAPI_PROCESS_SETPRIORITY_RANGE, 0x040A3015),
-    VALUE(ERROR_SYSTEMAPI_PROCESS_STOP_READCMD, 0x040A3016),
-    VALUE(ERROR_SYSTEMAPI_PROCESS_STOP_KILL, 0x040A3017),
-    VALUE(ERROR_SYSTEMAPI_PROCESS_RUN_FORK, 0x040A3018),
-    VALUE(ERROR_SYSTEMAPI_PROCESS_CREATE_SPAWN, 0x040A3019),
-    VALUE(ERROR_SYSTEMAPI_PROCESS_RUN_EXEC, 0x040A3019),
-    VALUE(ERROR_SYSTEMAPI_PROCESS_SETCPU_FAILED, 0x040A3020),
-    VALUE(SYSTEMAPI_SHUTDOWN_TYPE_POWEROFF, 0x10001),
-    VALUE(SYSTEMAPI_SHUTDOWN_TYPE_MONITOROFF, 0x10002),
-    VALUE(SYSTEMAPI_SHUTDOWN_TYPE_REBOOT, 0x10003),
-    VALUE(SYSTEMAPI_SHUTDOWN_TYPE_LOGOFF, 0x10004),
-    VALUE(SYSTEMAPI_SHUTDOWN_TYPE_LOCK, 0x10005),
-    VALUE(SYSTEMAPI_SHUTDOWN_TYPE_SUSPEND, 0x10007),
-};
+    unsigned long dwDefined, dwDue;
+} st_Values[] = {ERROR(FILE_GETATTR_PARAMETER, 0001),
+                 ERROR(FILE_GETATTR_STAT, 0002),
+                 ERROR(FILE_SAVEBUFF_PARAMETER, 0010),
+                 ERROR(FILE_SAVEBUFF_OPEN, 0011),
+                 ERROR(FILE_ENUMFILE_PARAMETER, 0020),
+                 ERROR(FILE_ENUMFILE_NOTFOUND, 0021),
+                 ERROR(FILE_ENUMFILE_NOTDIR, 0022),
+                 ERROR(FILE_CREATEFOLDER_PARAMETER, 0030),
+                 ERROR(FILE_CREATEFOLDER_CREATE, 0031),
+                 ERROR(FILE_DELETEFOLDER_PARAMETER, 0040),
+                 ERROR(FILE_SPARSE_PARAMETER, 0050),
+                 ERROR(FILE_SPARSE_OPEN, 0051),
+                 ERROR(FILE_COPY_PARAMETER, 0070),
+                 ERROR(FILE_COPY_EXIST, 0071),
+                 ERROR(FILE_COPY_COPY, 0072),
+                 ERROR(FILE_SPARSE_WRITE, 0502),
+                 ERROR(SYSTEM_GETSYSTEMVER_PARAMETER, 1001),
+                 ERROR(SYSTEM_GETSYSTEMVER_UNAME, 1002),
+                 ERROR(SYSTEM_GETMEMORYUSAGE_PARAMETER, 1010),
+                 ERROR(SYSTEM_GETMEMORYUSAGE_POPEN, 1011),
+                 ERROR(SYSTEM_GETCPUUSAGE_PARAMETER, 1020),
+                 ERROR(SYSTEM_GETUPTIME_PARAMETER, 1030),
+                 ERROR(SYSTEM_GETUPTIME_LOCALTIME, 1032),
+                 ERROR(SYSTEM_GETPROCESSCOUNT_PARAMETER, 1040),
+                 ERROR(SYSTEM_GETPROCESSCOUNT_SYSINFO, 1041),
+                 ERROR(SYSTEM_SHUTDOWN_PARAMETER, 1050),
+                 ERROR(SYSTEM_SHUTDOWN_EXEC, 1051),
+                 ERROR(SYSTEM_SYSTEMEX_PARAMETER, 1060),
+                 ERROR(SYSTEM_SYSTEMEX_SIGNAL, 1061),
+                 ERROR(SYSTEM_SYSTEMEX_FORK, 1062),
+                 ERROR(SYSTEM_GETSYSIDLETIME_OPEN, 10B1),
+                 ERROR(SYSTEM_GETOCCUPY_OPEN, 10F0),
+                 ERROR(SYSTEM_GETOCCUPY_READ, 10F1),
+                 ERROR(HARDWARE_GETCPUINFO_PARAMETER, 2001),
+                 ERROR(HARDWARE_GETDISKINFO_PARAMETER, 2001),
+                 ERROR(HARDWARE_GETDISKNUMBER_PARAMETER, 2001),
+                 ERROR(HARDWARE_GETSERIAL_PARAMETER, 2001),
+                 ERROR(HARDWARE_GETDISKINFO_STATFS, 2002),
+                 ERROR(HARDWARE_GETDISKINFO_TYPE, 2003),
+                 ERROR(HARDWARE_GETCPUINFO_READ, 2009),
+                 ERROR(HARDWARE_GETDISKNUMBER_OPEN, 2009),
+                 ERROR(PROCESS_CREATE_PARAMETER, 3000),
+                 ERROR(PROCESS_GETINFO_PARAMETER, 3000),
+                 ERROR(PROCESS_READCMD_PARAMETER, 3000),
+                 ERROR(PROCESS_RUN_PARAMETER, 3000),
+                 ERROR(PROCESS_READCMD_POPEN, 3001),
+                 ERROR(PROCESS_STOP_PERMISSION, 3001),
+                 ERROR(PROCESS_GETPATH_READLINK, 3002),
+                 ERROR(PROCESS_GETINFO_USER, 3006),
+                 ERROR(PROCESS_GETINFO_NOTFOUND, 3007),
+                 ERROR(PROCESS_STOP_NOTFOUND, 3007),
+                 ERROR(PROCESS_GETPRIORITY_FAILED, 3013),
+                 ERROR(PROCESS_SETPRIORITY_FAILED, 3014),
+                 ERROR(PROCESS_SETPRIORITY_RANGE, 3015),
+                 ERROR(PROCESS_STOP_READCMD, 3016),
+                 ERROR(PROCESS_STOP_KILL, 3017),
+                 ERROR(PROCESS_RUN_FORK, 3018),
+                 ERROR(PROCESS_CREATE_SPAWN, 3019),
+                 ERROR(PROCESS_RUN_EXEC, 3019),
+                 ERROR(PROCESS_SETCPU_FAILED, 3020),
+                 SELECTOR(POWEROFF, 0x10001),
+                 SELECTOR(MONITOROFF, 0x10002),
+                 SELECTOR(REBOOT, 0x10003),
+                 SELECTOR(LOGOFF, 0x10004),
+                 SELECTOR(LOCK, 0x10005),
+                 SELECTOR(SUSPEND, 0x10007)};
+// clang-format on
 
 static int nFailures = 0;
 
@@ -160,6 +156,7 @@ static void Expect(bool bHolds, const char* lpszWhat)
 
 int main(void)
 {
+    CheckLayout();
     for (size_t nRow = 0; nRow < sizeof(st_Values) / sizeof(st_Values[0]); ++nRow)
         Expect(st_Values[nRow].dwDefined == st_Values[nRow].dwDue, st_Values[nRow].lpszSymbol);
 

@@ -14,7 +14,8 @@ due() { # WHAT DUE FOUND
 }
 dynamic() { readelf -d "$library" | sed -n "s/.*($1).*\[\(.*\)\]/\1/p"; }
 
-if ! nm -D --defined-only "$library" | awk '{ print $NF }' | sort | diff -u --label due --label exported "$symbols" -; then
+if ! nm -D --defined-only "$library" | awk "{ print \$NF }" | sort |
+    diff -u --label due --label exported "$symbols" -; then
     echo "The exported symbols are not those of $symbols: '-' is missing, '+' is too much."
     failed=1
 fi
