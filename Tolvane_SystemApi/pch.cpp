@@ -27,6 +27,23 @@ unsigned long SystemApi_GetLastError(int* pInt_ErrorCode)
 // Files
 
 // Hardware
+bool SystemApi_HardWare_GetDiskInfomation(const char* lpszDiskName, tag_SystemApi_Disk_Information* pSt_DiskInfo,
+                                          int nDiskType)
+{
+    return m_Hardware.SystemApi_HardWare_GetDiskInfomation(lpszDiskName, pSt_DiskInfo, nDiskType);
+}
+bool SystemApi_HardWare_GetDiskNumber(char*** pppszRootName, int* pInt_ListCount)
+{
+    return m_Hardware.SystemApi_HardWare_GetDiskNumber(pppszRootName, pInt_ListCount);
+}
+bool SystemApi_HardWare_GetCpuInfomation(tag_SystemApi_Cpu_Information* pSt_CpuInfo)
+{
+    return m_Hardware.SystemApi_HardWare_GetCpuInfomation(pSt_CpuInfo);
+}
+bool SystemApi_HardWare_GetSerial(tag_SystemApi_SdkSerial_Information* pSt_SDKSerial)
+{
+    return m_Hardware.SystemApi_HardWare_GetSerial(pSt_SDKSerial);
+}
 
 // Processes
 bool SystemApi_Process_ReadCmdReturn(const char* lpszCmd, char* ptszMsgBuffer, int nReadLines, int nStartLine,

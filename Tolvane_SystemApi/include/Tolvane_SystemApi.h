@@ -138,6 +138,71 @@ typedef struct tag_SystemApi_SdkSerial_Information
     char tszSystemUUID[64];  /**< system (product) UUID */
 } tag_SystemApi_SdkSerial_Information;
 
+/**
+ * Tells the kind and the size of the file system that holds a path.
+ *
+ * \param[in]  lpszDiskName any path on the file system, a mount point say
+ * \param[out] pSt_DiskInfo the caller's record; nReserved is never written
+ * \param[in]  nDiskType    unit of both sizes: 1 bytes, 2 KiB, 3 MiB, 4 GiB, rounded down
+ * \return true, or false with ..._GETDISKINFO_PARAMETER or ..._GETDISKINFO_STATFS, record untouched, or with
+ *         ..._GETDISKINFO_TYPE and the record filled, its sizes in bytes (on purpose: the unit is looked at last).
+ *
+ * Asks statfs, which waits where the file system itself does not answer (a network share).
+ */
+SYSTEMAPI_EXPORT bool SystemApi_HardWare_GetDiskInfomation(const char* lpszDiskName,
+                                                           tag_SystemApi_Disk_Information* pSt_DiskInfo,
+                                                           int nDiskType);
+
+/**
+ * Lists the disks and partitions that /proc/partitions shows under the major numbers 8 (SCSI, SATA) and 259 (NVMe
+ * and others).
+ *
+ * \param[out] pppszRootName  receives a table of *pInt_ListCount names ("sda", "sda1") in rows of 1024 bytes, in
+ *                            the file's order; must not be null. Give it back with BaseLib_Memory_Free and the
+ *                            same count, also when that is 0
+ * \param[out] pInt_ListCount receives the number of names
+ * \return true, or false with ..._GETDISKNUMBER_PARAMETER or ..._GETDISKNUMBER_OPEN, outputs untouched.
+ *
+ * Surprising on purpose: disks of other families are never listed; a virtual machine with nothing but "vda" gives
+ * a count of 0, and true.
+ */
+SYSTEMAPI_EXPORT bool SystemApi_HardWare_GetDiskNumber(char*** pppszRootName, int* pInt_ListCount);
+
+/**
+ * Tells the processor's model name, vendor, clock rate and counts.
+ *
+ * \param[out] pSt_CpuInfo the caller's record
+ * \return true, or false with ..._GETCPUINFO_PARAMETER, record untouched, or with ..._GETCPUINFO_READ when
+ *         /proc/cpuinfo could not be opened, ended before its eighth line, or its fifth line holds no ": ". Then
+ *         nCpuCore is set all the same, and so are the fields of the lines that were reached.
+ *
+ * Surprising on purpose: the table is read by position, as the kernel prints the first processor on x86: the
+ * vendor is the third word of line 2, the name stands behind the first ": " of line 5, the clock rate is the
+ * fourth word of line 8. No key is compared, so on another processor family the fields hold whatever stands there.
+ * A name of more than 126 bytes is cut.
+ */
+SYSTEMAPI_EXPORT bool SystemApi_HardWare_GetCpuInfomation(tag_SystemApi_Cpu_Information* pSt_CpuInfo);
+
+/**
+ * Tells the serial numbers and UUIDs of processor, mainboard, disk and system.
+ *
+ * \param[in,out] pSt_SDKSerial the caller's record, zeroed but for tszDiskSerial: the device to ask for, empty for
+ *                              /dev/sda. It becomes part of a shell command: never take it from an untrusted source
+ * \return true, or false with ..._GETSERIAL_PARAMETER. A command that fails (no rights, no such tool) leaves its
+ *         field empty and the result true.
+ *
+ * Runs dmidecode, blkid and cat under sudo, one after the other, and waits for each; where sudo wants a password
+ * and has a terminal, it asks for it there. What the commands print is appended to what the fields hold. A text
+ * longer than its field runs into the fields after it, never past the record.
+ *
+ * Surprising on purpose: the processor ID is the second ID that dmidecode lists, so where the list holds one it is
+ * empty; its last character is cut whatever it is. The disk's number is the first text in quotes in what blkid
+ * prints second, which for a whole disk usually is the UUID of its partition table. Of the fields in the order
+ * board, processor, disk, system, the first that begins with "none" or "null" (in any case) is cleared, and the
+ * later ones are not looked at.
+ */
+SYSTEMAPI_EXPORT bool SystemApi_HardWare_GetSerial(tag_SystemApi_SdkSerial_Information* pSt_SDKSerial);
+
 /* ===================================================================================================
  * Processes: 0x040A3xxx
  * ================================================================================================= */
