@@ -375,6 +375,32 @@ SYSTEMAPI_EXPORT bool SystemApi_System_GetSysName(char* ptszUserName, char* ptsz
 SYSTEMAPI_EXPORT bool SystemApi_System_GetMemoryUsage(tag_SystemApi_Memory_Infomation* pSt_MemoryInfo, int nType);
 
 /**
+ * Measures how busy the processors are over one second: the mean of all processors online, in per cent.
+ *
+ * \param[out] pInt_Usage receives the mean, its fraction cut off
+ * \return true, or false with ..._GETCPUUSAGE_PARAMETER or the code of the sample that failed (..._GETOCCUPY_OPEN,
+ *         ..._GETOCCUPY_READ), output untouched.
+ *
+ * Blocks for one second; a signal handler does not shorten it. Samples /proc/stat before and after.
+ *
+ * Surprising on purpose: niced time counts as time and not as busy. Where one processor counted no time at all the
+ * result is -2147483648, and true.
+ */
+SYSTEMAPI_EXPORT bool SystemApi_System_GetCpuUsage(int* pInt_Usage);
+
+/**
+ * Tells the idle part of all time that /proc/stat has counted since the start, as a whole number.
+ *
+ * \param[out] pInt_IdleTime receives the result; must not be null
+ * \return true, or false with ..._GETSYSIDLETIME_OPEN, output untouched.
+ *
+ * Surprising on purpose: the part is a fraction and is not scaled, so the result is 0 as soon as any time was not
+ * idle, and 1 when all of it was. Where no time is counted, or there is no line "cpu " with nine times, it is
+ * 0x8000000000000000.
+ */
+SYSTEMAPI_EXPORT bool SystemApi_System_GetSysIdleTime(unsigned long* pInt_IdleTime);
+
+/**
  * Lists the processes whose id is above 100.
  *
  * \param[out] pppSt_ProcessList receives a table of *pInt_ListCount records, in the order of /proc; must not be
@@ -398,6 +424,57 @@ SYSTEMAPI_EXPORT bool SystemApi_System_GetProcessList(SYSTEMAPI_PROCESS_INFO*** 
  * \return true, or false with ..._GETPROCESSCOUNT_PARAMETER or ..._GETPROCESSCOUNT_SYSINFO, output untouched.
  */
 SYSTEMAPI_EXPORT bool SystemApi_System_GetProcessCount(int* pInt_ProcessCount);
+
+/**
+ * Tells the date and time at which the system started, not how long ago that is.
+ *
+ * \param[out] pSt_SysTime the caller's record: local time
+ * \return true, or false with ..._GETUPTIME_PARAMETER or ..._GETUPTIME_LOCALTIME, record untouched.
+ *
+ * The current time less the time since the start, in whole seconds: two calls may differ by one second, and by more
+ * when the clock was set in between.
+ */
+SYSTEMAPI_EXPORT bool SystemApi_System_GetUpTime(TOLVANE_LIBTIME* pSt_SysTime);
+
+/**
+ * Halts, restarts or suspends the machine, blanks or locks the screen, or ends a user's processes.
+ *
+ * \param[in] dwType one of SYSTEMAPI_SHUTDOWN_TYPE_...
+ * \return true, or false with ..._SHUTDOWN_PARAMETER for any other value (0x10006 included) or ..._SHUTDOWN_EXEC when
+ *         the action failed: for the first group errno tells why.
+ *
+ * At once, and without a sync: what programs have written and the kernel still holds may be lost. POWEROFF, REBOOT
+ * and SUSPEND call reboot and need its privilege; MONITOROFF, LOCK and LOGOFF run "xset dpms force off",
+ * "gnome-screensaver-command -l" and "pkill -kill -u username" and wait for them.
+ *
+ * Surprising on purpose: POWEROFF halts the machine and leaves its power on. LOGOFF ends the processes of a user
+ * whose name is "username", not the caller's.
+ */
+SYSTEMAPI_EXPORT bool SystemApi_System_Shutdown(unsigned long dwType);
+
+/**
+ * Runs a shell command, with a time limit.
+ *
+ * \param[in] lpszCmd  the command line, handed to /bin/sh -c as it stands. Never build it from text of an untrusted
+ *                     source
+ * \param[in] nTimeout seconds after which the shell is killed (SIGKILL); with 0 or less, as soon as it is found
+ *                     running
+ * \return true once the shell has ended, whatever became of the command: its exit status is not reported. False with
+ *         ..._SYSTEMEX_PARAMETER, ..._SYSTEMEX_SIGNAL or ..._SYSTEMEX_FORK, and nothing run.
+ *
+ * Blocks, looking once a second whether the shell has ended, so a call takes a whole number of seconds. Until it
+ * returns the process ignores SIGINT and SIGQUIT and the calling thread blocks SIGCHLD; the command itself gets them
+ * as they were.
+ *
+ * Surprising on purpose: the limit meets the shell alone, so a program that it started in the background goes on.
+ * After ..._SYSTEMEX_SIGNAL the dispositions that were already changed stay so, and after ..._SYSTEMEX_FORK all of
+ * them and the mask do.
+ */
+SYSTEMAPI_EXPORT bool SystemApi_System_SystemEx(const char* lpszCmd, int nTimeout);
+
+/** Does nothing on this platform: reads and writes none of its arguments and returns true. */
+SYSTEMAPI_EXPORT bool SystemApi_System_WMIQuery(const char* lpszQuery, const char* lpszField, char* ptszValue,
+                                                int nValueLen);
 
 #ifdef __cplusplus
 }
