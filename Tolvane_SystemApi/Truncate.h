@@ -10,3 +10,11 @@ inline int TruncateToInt(float fValue) noexcept
         return static_cast<int>(fValue);
     return std::numeric_limits<int>::min();
 }
+
+/// Towards zero; a value outside the range, an infinity or a NaN gives 0x8000000000000000.
+inline unsigned long TruncateToUnsigned(double fValue) noexcept
+{
+    if (fValue > -1.0 && fValue < 18446744073709551616.0)
+        return static_cast<unsigned long>(fValue);
+    return 0x8000000000000000UL;
+}

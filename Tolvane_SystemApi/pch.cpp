@@ -27,6 +27,23 @@ unsigned long SystemApi_GetLastError(int* pInt_ErrorCode)
 // Files
 
 // Hardware
+bool SystemApi_HardWare_GetDiskInfomation(const char* lpszDiskName, tag_SystemApi_Disk_Information* pSt_DiskInfo,
+                                          int nDiskType)
+{
+    return m_Hardware.SystemApi_HardWare_GetDiskInfomation(lpszDiskName, pSt_DiskInfo, nDiskType);
+}
+bool SystemApi_HardWare_GetDiskNumber(char*** pppszRootName, int* pInt_ListCount)
+{
+    return m_Hardware.SystemApi_HardWare_GetDiskNumber(pppszRootName, pInt_ListCount);
+}
+bool SystemApi_HardWare_GetCpuInfomation(tag_SystemApi_Cpu_Information* pSt_CpuInfo)
+{
+    return m_Hardware.SystemApi_HardWare_GetCpuInfomation(pSt_CpuInfo);
+}
+bool SystemApi_HardWare_GetSerial(tag_SystemApi_SdkSerial_Information* pSt_SDKSerial)
+{
+    return m_Hardware.SystemApi_HardWare_GetSerial(pSt_SDKSerial);
+}
 
 // Processes
 bool SystemApi_Process_ReadCmdReturn(const char* lpszCmd, char* ptszMsgBuffer, int nReadLines, int nStartLine,
@@ -100,6 +117,14 @@ bool SystemApi_System_GetMemoryUsage(tag_SystemApi_Memory_Infomation* pSt_Memory
 {
     return m_SystemSdk.SystemApi_System_GetMemoryUsage(pSt_MemoryInfo, nType);
 }
+bool SystemApi_System_GetCpuUsage(int* pInt_Usage)
+{
+    return m_SystemSdk.SystemApi_System_GetCpuUsage(pInt_Usage);
+}
+bool SystemApi_System_GetSysIdleTime(unsigned long* pInt_IdleTime)
+{
+    return m_SystemSdk.SystemApi_System_GetSysIdleTime(*pInt_IdleTime);
+}
 bool SystemApi_System_GetProcessList(SYSTEMAPI_PROCESS_INFO*** pppSt_ProcessList, int* pInt_ListCount)
 {
     return m_SystemSdk.SystemApi_System_GetProcessList(pppSt_ProcessList, pInt_ListCount);
@@ -107,4 +132,20 @@ bool SystemApi_System_GetProcessList(SYSTEMAPI_PROCESS_INFO*** pppSt_ProcessList
 bool SystemApi_System_GetProcessCount(int* pInt_ProcessCount)
 {
     return m_SystemSdk.SystemApi_System_GetProcessCount(pInt_ProcessCount);
+}
+bool SystemApi_System_GetUpTime(TOLVANE_LIBTIME* pSt_SysTime)
+{
+    return m_SystemSdk.SystemApi_System_GetUpTime(pSt_SysTime);
+}
+bool SystemApi_System_Shutdown(unsigned long dwType)
+{
+    return m_SystemSdk.SystemApi_System_Shutdown(dwType);
+}
+bool SystemApi_System_SystemEx(const char* lpszCmd, int nTimeout)
+{
+    return m_SystemSdk.SystemApi_System_SystemEx(lpszCmd, nTimeout);
+}
+bool SystemApi_System_WMIQuery(const char* lpszQuery, const char* lpszField, char* ptszValue, int nValueLen)
+{
+    return m_SystemSdk.SystemApi_System_WMIQuery(lpszQuery, lpszField, ptszValue, nValueLen);
 }

@@ -9,6 +9,16 @@ class SYSTEMAPI_EXPORT CSystemApi_HardWare
 public:
     CSystemApi_HardWare();
     ~CSystemApi_HardWare();
+
+    /// Kind and size of the file system that holds a path.
+    bool SystemApi_HardWare_GetDiskInfomation(const char* lpszDiskName, tag_SystemApi_Disk_Information* pSt_DiskInfo,
+                                              int nDiskType);
+    /// The disks and partitions of majors 8 and 259.
+    bool SystemApi_HardWare_GetDiskNumber(char*** pppszRootName, int* pInt_ListCount);
+    /// The processor's name, vendor, clock rate and counts.
+    bool SystemApi_HardWare_GetCpuInfomation(tag_SystemApi_Cpu_Information* pSt_CpuInfo);
+    /// Serial numbers and UUIDs of processor, mainboard, disk and system.
+    bool SystemApi_HardWare_GetSerial(tag_SystemApi_SdkSerial_Information* pSt_SDKSerial);
 };
 
 extern SYSTEMAPI_EXPORT CSystemApi_HardWare m_Hardware;

@@ -138,6 +138,71 @@ typedef struct tag_SystemApi_SdkSerial_Information
     char tszSystemUUID[64];  /**< system (product) UUID */
 } tag_SystemApi_SdkSerial_Information;
 
+/**
+ * Tells the kind and the size of the file system that holds a path.
+ *
+ * \param[in]  lpszDiskName any path on the file system, a mount point say
+ * \param[out] pSt_DiskInfo the caller's record; nReserved is never written
+ * \param[in]  nDiskType    unit of both sizes: 1 bytes, 2 KiB, 3 MiB, 4 GiB, rounded down
+ * \return true, or false with ..._GETDISKINFO_PARAMETER or ..._GETDISKINFO_STATFS, record untouched, or with
+ *         ..._GETDISKINFO_TYPE and the record filled, its sizes in bytes (on purpose: the unit is looked at last).
+ *
+ * Asks statfs, which waits where the file system itself does not answer (a network share).
+ */
+SYSTEMAPI_EXPORT bool SystemApi_HardWare_GetDiskInfomation(const char* lpszDiskName,
+                                                           tag_SystemApi_Disk_Information* pSt_DiskInfo,
+                                                           int nDiskType);
+
+/**
+ * Lists the disks and partitions that /proc/partitions shows under the major numbers 8 (SCSI, SATA) and 259 (NVMe
+ * and others).
+ *
+ * \param[out] pppszRootName  receives a table of *pInt_ListCount names ("sda", "sda1") in rows of 1024 bytes, in
+ *                            the file's order; must not be null. Give it back with BaseLib_Memory_Free and the
+ *                            same count, also when that is 0
+ * \param[out] pInt_ListCount receives the number of names
+ * \return true, or false with ..._GETDISKNUMBER_PARAMETER or ..._GETDISKNUMBER_OPEN, outputs untouched.
+ *
+ * Surprising on purpose: disks of other families are never listed; a virtual machine with nothing but "vda" gives
+ * a count of 0, and true.
+ */
+SYSTEMAPI_EXPORT bool SystemApi_HardWare_GetDiskNumber(char*** pppszRootName, int* pInt_ListCount);
+
+/**
+ * Tells the processor's model name, vendor, clock rate and counts.
+ *
+ * \param[out] pSt_CpuInfo the caller's record
+ * \return true, or false with ..._GETCPUINFO_PARAMETER, record untouched, or with ..._GETCPUINFO_READ when
+ *         /proc/cpuinfo could not be opened, ended before its eighth line, or its fifth line holds no ": ". Then
+ *         nCpuCore is set all the same, and so are the fields of the lines that were reached.
+ *
+ * Surprising on purpose: the table is read by position, as the kernel prints the first processor on x86: the
+ * vendor is the third word of line 2, the name stands behind the first ": " of line 5, the clock rate is the
+ * fourth word of line 8. No key is compared, so on another processor family the fields hold whatever stands there.
+ * A name of more than 126 bytes is cut.
+ */
+SYSTEMAPI_EXPORT bool SystemApi_HardWare_GetCpuInfomation(tag_SystemApi_Cpu_Information* pSt_CpuInfo);
+
+/**
+ * Tells the serial numbers and UUIDs of processor, mainboard, disk and system.
+ *
+ * \param[in,out] pSt_SDKSerial the caller's record, zeroed but for tszDiskSerial: the device to ask for, empty for
+ *                              /dev/sda. It becomes part of a shell command: never take it from an untrusted source
+ * \return true, or false with ..._GETSERIAL_PARAMETER. A command that fails (no rights, no such tool) leaves its
+ *         field empty and the result true.
+ *
+ * Runs dmidecode, blkid and cat under sudo, one after the other, and waits for each; where sudo wants a password
+ * and has a terminal, it asks for it there. What the commands print is appended to what the fields hold. A text
+ * longer than its field runs into the fields after it, never past the record.
+ *
+ * Surprising on purpose: the processor ID is the second ID that dmidecode lists, so where the list holds one it is
+ * empty; its last character is cut whatever it is. The disk's number is the first text in quotes in what blkid
+ * prints second, which for a whole disk usually is the UUID of its partition table. Of the fields in the order
+ * board, processor, disk, system, the first that begins with "none" or "null" (in any case) is cleared, and the
+ * later ones are not looked at.
+ */
+SYSTEMAPI_EXPORT bool SystemApi_HardWare_GetSerial(tag_SystemApi_SdkSerial_Information* pSt_SDKSerial);
+
 /* ===================================================================================================
  * Processes: 0x040A3xxx
  * ================================================================================================= */
@@ -490,6 +555,32 @@ SYSTEMAPI_EXPORT bool SystemApi_System_GetSysName(char* ptszUserName, char* ptsz
 SYSTEMAPI_EXPORT bool SystemApi_System_GetMemoryUsage(tag_SystemApi_Memory_Infomation* pSt_MemoryInfo, int nType);
 
 /**
+ * Measures how busy the processors are over one second: the mean of all processors online, in per cent.
+ *
+ * \param[out] pInt_Usage receives the mean, its fraction cut off
+ * \return true, or false with ..._GETCPUUSAGE_PARAMETER or the code of the sample that failed (..._GETOCCUPY_OPEN,
+ *         ..._GETOCCUPY_READ), output untouched.
+ *
+ * Blocks for one second; a signal handler does not shorten it. Samples /proc/stat before and after.
+ *
+ * Surprising on purpose: niced time counts as time and not as busy. Where one processor counted no time at all the
+ * result is -2147483648, and true.
+ */
+SYSTEMAPI_EXPORT bool SystemApi_System_GetCpuUsage(int* pInt_Usage);
+
+/**
+ * Tells the idle part of all time that /proc/stat has counted since the start, as a whole number.
+ *
+ * \param[out] pInt_IdleTime receives the result; must not be null
+ * \return true, or false with ..._GETSYSIDLETIME_OPEN, output untouched.
+ *
+ * Surprising on purpose: the part is a fraction and is not scaled, so the result is 0 as soon as any time was not
+ * idle, and 1 when all of it was. Where no time is counted, or there is no line "cpu " with nine times, it is
+ * 0x8000000000000000.
+ */
+SYSTEMAPI_EXPORT bool SystemApi_System_GetSysIdleTime(unsigned long* pInt_IdleTime);
+
+/**
  * Lists the processes whose id is above 100.
  *
  * \param[out] pppSt_ProcessList receives a table of *pInt_ListCount records, in the order of /proc; must not be
@@ -513,6 +604,57 @@ SYSTEMAPI_EXPORT bool SystemApi_System_GetProcessList(SYSTEMAPI_PROCESS_INFO*** 
  * \return true, or false with ..._GETPROCESSCOUNT_PARAMETER or ..._GETPROCESSCOUNT_SYSINFO, output untouched.
  */
 SYSTEMAPI_EXPORT bool SystemApi_System_GetProcessCount(int* pInt_ProcessCount);
+
+/**
+ * Tells the date and time at which the system started, not how long ago that is.
+ *
+ * \param[out] pSt_SysTime the caller's record: local time
+ * \return true, or false with ..._GETUPTIME_PARAMETER or ..._GETUPTIME_LOCALTIME, record untouched.
+ *
+ * The current time less the time since the start, in whole seconds: two calls may differ by one second, and by more
+ * when the clock was set in between.
+ */
+SYSTEMAPI_EXPORT bool SystemApi_System_GetUpTime(TOLVANE_LIBTIME* pSt_SysTime);
+
+/**
+ * Halts, restarts or suspends the machine, blanks or locks the screen, or ends a user's processes.
+ *
+ * \param[in] dwType one of SYSTEMAPI_SHUTDOWN_TYPE_...
+ * \return true, or false with ..._SHUTDOWN_PARAMETER for any other value (0x10006 included) or ..._SHUTDOWN_EXEC when
+ *         the action failed: for the first group errno tells why.
+ *
+ * At once, and without a sync: what programs have written and the kernel still holds may be lost. POWEROFF, REBOOT
+ * and SUSPEND call reboot and need its privilege; MONITOROFF, LOCK and LOGOFF run "xset dpms force off",
+ * "gnome-screensaver-command -l" and "pkill -kill -u username" and wait for them.
+ *
+ * Surprising on purpose: POWEROFF halts the machine and leaves its power on. LOGOFF ends the processes of a user
+ * whose name is "username", not the caller's.
+ */
+SYSTEMAPI_EXPORT bool SystemApi_System_Shutdown(unsigned long dwType);
+
+/**
+ * Runs a shell command, with a time limit.
+ *
+ * \param[in] lpszCmd  the command line, handed to /bin/sh -c as it stands. Never build it from text of an untrusted
+ *                     source
+ * \param[in] nTimeout seconds after which the shell is killed (SIGKILL); with 0 or less, as soon as it is found
+ *                     running
+ * \return true once the shell has ended, whatever became of the command: its exit status is not reported. False with
+ *         ..._SYSTEMEX_PARAMETER, ..._SYSTEMEX_SIGNAL or ..._SYSTEMEX_FORK, and nothing run.
+ *
+ * Blocks, looking once a second whether the shell has ended, so a call takes a whole number of seconds. Until it
+ * returns the process ignores SIGINT and SIGQUIT and the calling thread blocks SIGCHLD; the command itself gets them
+ * as they were.
+ *
+ * Surprising on purpose: the limit meets the shell alone, so a program that it started in the background goes on.
+ * After ..._SYSTEMEX_SIGNAL the dispositions that were already changed stay so, and after ..._SYSTEMEX_FORK all of
+ * them and the mask do.
+ */
+SYSTEMAPI_EXPORT bool SystemApi_System_SystemEx(const char* lpszCmd, int nTimeout);
+
+/** Does nothing on this platform: reads and writes none of its arguments and returns true. */
+SYSTEMAPI_EXPORT bool SystemApi_System_WMIQuery(const char* lpszQuery, const char* lpszField, char* ptszValue,
+                                                int nValueLen);
 
 #ifdef __cplusplus
 }

@@ -4,6 +4,7 @@
 #include <cstdio>
 #include <dlfcn.h>
 #include <gtest/gtest.h>
+#include <unistd.h>
 
 STAND_INS& StandIns()
 {
@@ -31,6 +32,8 @@ int Refuse(const char* lpszCall)
 
 extern "C"
 {
+long __sysconf(int nName) noexcept; // the C library's own name for sysconf
+
 int reboot(int nCommand) noexcept
 {
     return StandIns().Reboot ? StandIns().Reboot(nCommand) : Refuse("reboot");
@@ -60,6 +63,46 @@ FILE* popen(const char* lpszCmd, const char* lpszMode)
 pid_t fork() noexcept
 {
     return StandIns().Fork ? StandIns().Fork() : RealCall<pid_t()>("fork")();
+}
+
+int sigaction(int nSignal, const struct sigaction* pSt_New, struct sigaction* pSt_Old) noexcept
+{
+    return StandIns().SigAction ? StandIns().SigAction(nSignal, pSt_New, pSt_Old)
+                                : RealCall<int(int, const struct sigaction*, struct sigaction*)>("sigaction")(
+                                      nSignal, pSt_New, pSt_Old);
+}
+
+int sigprocmask(int nHow, const sigset_t* pNew, sigset_t* pOld) noexcept
+{
+    return StandIns().SigProcMask ? StandIns().SigProcMask(nHow, pNew, pOld)
+                                  : RealCall<int(int, const sigset_t*, sigset_t*)>("sigprocmask")(nHow, pNew, pOld);
+}
+
+unsigned sleep(unsigned nSeconds)
+{
+    return StandIns().Sleep ? StandIns().Sleep(nSeconds) : RealCall<unsigned(unsigned)>("sleep")(nSeconds);
+}
+
+std::time_t time(std::time_t* pTime) noexcept
+{
+    if (!StandIns().Time)
+        return RealCall<std::time_t(std::time_t*)>("time")(pTime);
+    const std::time_t nTime = StandIns().Time();
+    if (pTime)
+        *pTime = nTime;
+    return nTime;
+}
+
+long sysconf(int nName) noexcept
+{
+    // A sanitizer asks for other values before anything can be looked up.
+    return nName == _SC_NPROCESSORS_ONLN && StandIns().ProcessorsOnline ? StandIns().ProcessorsOnline()
+                                                                        : __sysconf(nName);
+}
+
+int get_nprocs() noexcept
+{
+    return StandIns().GetNProcs ? StandIns().GetNProcs() : RealCall<int()>("get_nprocs")();
 }
 
 int uname(utsname* pSt_Name) noexcept

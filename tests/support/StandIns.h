@@ -2,6 +2,8 @@
 /// program's functions of these names.
 #pragma once
 
+#include <csignal>
+#include <ctime>
 #include <functional>
 #include <sched.h>
 #include <set>
@@ -24,6 +26,12 @@ struct STAND_INS
     // For real without a stand-in.
     std::function<bool(const char*)> Popen; // sees each command; false refuses it with EMFILE
     std::function<pid_t()> Fork;
+    std::function<int(int, const struct sigaction*, struct sigaction*)> SigAction;
+    std::function<int(int, const sigset_t*, sigset_t*)> SigProcMask;
+    std::function<unsigned(unsigned)> Sleep;
+    std::function<std::time_t()> Time;
+    std::function<long()> ProcessorsOnline; // sysconf
+    std::function<int()> GetNProcs;         // what std::thread::hardware_concurrency asks
     std::function<int(utsname*)> Uname;
     std::function<int(struct sysinfo*)> SysInfo;
     std::function<int(const char*, struct statfs*)> StatFs;
