@@ -9,11 +9,14 @@
  * Symbols    An ERROR_... symbol names the operation that sets it. Several symbols share one value, on
  *            purpose: the operation called tells them apart.
  * Exceptions Failures of the standard file-system facility leave the file operations as
- *            std::filesystem::filesystem_error, through the C functions too, with the flag false and the
- *            code as it was. Memory that an operation of its own cannot have leaves it as std::bad_alloc.
+ *            std::filesystem::filesystem_error, through the C functions too, with the flag false. The code tells
+ *            nothing of it: it is an earlier failure's, or that of a step inside, such as the search for a missing
+ *            folder. An operation that cannot have memory throws std::bad_alloc; inside a directory walk or a tree
+ *            removal the standard library ends the process instead.
  * Threads    No call takes a lock or starts a thread; all may run at once. The error flag and code are one
  *            pair for the whole process, so when two threads fail at once the last writer wins. errno is
- *            the calling thread's.
+ *            the calling thread's. SystemApi_Process_Stop and SystemApi_System_SystemEx change the process's
+ *            signal dispositions while they run.
  * Buffers    Records and text buffers are the caller's, who zeroes them first: most operations append to,
  *            or fill in part, what is there. A text buffer holds 1024 bytes unless its operation says
  *            otherwise.
@@ -57,8 +60,8 @@ extern SYSTEMAPI_EXPORT unsigned long SystemApi_dwErrorCode;
  * Gives the code of the most recent failure, and the calling thread's errno.
  *
  * \param[out] pInt_ErrorCode receives errno as it stands at the moment of this call, whether or not an
- *                            operation has failed; null when not wanted. After a failure it is what the
- *                            failing system call left
+ *                            operation has failed; null when not wanted. After a failed system call it is
+ *                            what that left; a refused argument leaves it as it was
  * \return SystemApi_dwErrorCode. The error state does not change.
  */
 SYSTEMAPI_EXPORT unsigned long SystemApi_GetLastError(int* pInt_ErrorCode);

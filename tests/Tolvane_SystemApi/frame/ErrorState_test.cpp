@@ -1,3 +1,4 @@
+#include "SystemApi_HardWare/SystemApi_HardWare.h"
 #include "SystemApi_Process/SystemApi_Process.h"
 #include "SystemApi_System/SystemApi_System.h"
 
@@ -74,6 +75,11 @@ TEST(ErrorState, CFunctionAndMemberAgree)
         Call* pfnFunction;
         Call* pfnMember;
     } st_Rows[] = {
+        {"hardware", ERROR_SYSTEMAPI_HARDWARE_GETCPUINFO_PARAMETER,
+         [] { return SystemApi_HardWare_GetCpuInfomation(nullptr); },
+         [] {
+             return m_Hardware.SystemApi_HardWare_GetCpuInfomation(nullptr);
+         }},
         {"process", ERROR_SYSTEMAPI_PROCESS_READCMD_PARAMETER,
          [] { return SystemApi_Process_ReadCmdReturn(nullptr, nullptr, 0, 0, nullptr); },
          [] {

@@ -12,52 +12,52 @@
 static inline void CheckLayout(void)
 {
     {
-        typedef TOLVANE_LIBTIME R;
+        typedef struct TOLVANE_LIBTIME R;
         _Static_assert(SIZE(24) && AT(nMonth, 4) && AT(nDay, 8) && AT(nHour, 12) && AT(nMinute, 16) &&
                            AT(nSecond, 20),
                        "layout");
     }
     {
-        typedef SYSTEMAPI_FILE_ATTR R;
+        typedef struct SYSTEMAPI_FILE_ATTR R;
         _Static_assert(SIZE(40) && AT(nCreateTime, 8) && AT(nAccessTime, 16) && AT(nWriteTime, 24) &&
                            AT(bIsFile, 32) && AT(bIsHidden, 33) && AT(bIsRead, 34),
                        "layout");
     }
     {
-        typedef tag_SystemApi_Disk_Information R;
+        typedef struct tag_SystemApi_Disk_Information R;
         _Static_assert(SIZE(24) && AT(enDiskType, 4) && AT(dwDiskTotal, 8) && AT(dwDiskFree, 16), "layout");
     }
     {
-        typedef tag_SystemApi_Cpu_Information R;
+        typedef struct tag_SystemApi_Cpu_Information R;
         _Static_assert(SIZE(204) && AT(tszCpuVendor, 128) && AT(nCpuSpeed, 192) && AT(nCpuNumber, 196) &&
                            AT(nCpuCore, 200),
                        "layout");
     }
     {
-        typedef tag_SystemApi_SdkSerial_Information R;
+        typedef struct tag_SystemApi_SdkSerial_Information R;
         _Static_assert(SIZE(256) && AT(tszBoardSerial, 64) && AT(tszDiskSerial, 128) && AT(tszSystemUUID, 192),
                        "layout");
     }
     {
-        typedef tag_SystemApi_Process_Infomation R;
+        typedef struct tag_SystemApi_Process_Infomation R;
         _Static_assert(SIZE(2072) && AT(nThreadCount, 4) && AT(tszAppName, 8) && AT(tszUserName, 1032) &&
                            AT(nAppState, 2056) && AT(nVirtualMem, 2060) && AT(nResidentMem, 2064) &&
                            AT(nSharedMem, 2068),
                        "layout");
     }
     {
-        typedef tag_SystemApi_Memory_Infomation R;
+        typedef struct tag_SystemApi_Memory_Infomation R;
         _Static_assert(SIZE(64) && AT(nMemoryTotal, 8) && AT(nMemoryAvailable, 16) && AT(nSwapTotal, 24) &&
                            AT(nSwapFree, 32) && AT(nMemoryShared, 40) && AT(nMemoryReserved1, 48) &&
                            AT(nMemoryReserved2, 56),
                        "layout");
     }
     {
-        typedef tag_LinuxSdk_SystemCpu_Occupy R;
+        typedef struct tag_LinuxSdk_SystemCpu_Occupy R;
         _Static_assert(SIZE(36) && AT(dwUser, 20) && AT(dwNice, 24) && AT(dwSystem, 28) && AT(dwIdle, 32), "layout");
     }
     {
-        typedef SYSTEMAPI_PROCESS_INFO R;
+        typedef struct SYSTEMAPI_PROCESS_INFO R;
         _Static_assert(SIZE(1028) && AT(nPid, 1024), "layout");
     }
 }
@@ -168,12 +168,6 @@ int main(void)
     int nLength = 0;
     EXPECT(SystemApi_Process_ReadCmdReturn("echo first; echo second", tszText, 1, 2, &nLength));
     EXPECT(strcmp(tszText, "text: second\n") == 0 && nLength == 7);
-
-    SYSTEMAPI_PROCESS_INFO** ppSt_Processes = NULL;
-    int nCount = 0;
-    EXPECT(SystemApi_System_GetProcessList(&ppSt_Processes, &nCount));
-    EXPECT(nCount == 0 || ppSt_Processes[nCount - 1]->nPid > 100);
-    EXPECT(BaseLib_Memory_Free(&ppSt_Processes, nCount) && !ppSt_Processes);
 
     EXPECT(!SystemApi_System_GetMemoryUsage(NULL, 1) && SystemApi_IsErrorOccur);
     EXPECT(SystemApi_dwErrorCode == ERROR_SYSTEMAPI_SYSTEM_GETMEMORYUSAGE_PARAMETER);
