@@ -2,7 +2,6 @@
 
 #include "Text.h"
 
-#include <climits>
 #include <cstdint>
 #include <cstring>
 #include <cwchar>
@@ -11,11 +10,8 @@
 
 namespace
 {
-/// One character in 8 bits.
-using CharForm = char[MB_LEN_MAX];
-
 /// The strict UTF-8 form of a character; 0 bytes where there is none.
-std::size_t EncodeUtf8(wchar_t chSource, CharForm& tszForm) noexcept
+std::size_t EncodeUtf8(wchar_t chSource, char (&tszForm)[4]) noexcept
 {
     const auto nCode =
         static_cast<std::uint32_t>(chSource); // NOLINT(bugprone-signed-char-misuse,cert-str34-c): wchar_t
@@ -54,22 +50,80 @@ std::size_t EncodeUtf8(wchar_t chSource, CharForm& tszForm) noexcept
     return 4;
 }
 
-/// The locale's form of a character; 0 bytes where it has none that reads back as the same character. The C
-/// library may paraphrase what the locale lacks, and a paraphrase names another file.
-std::size_t EncodeLocale(wchar_t chSource, CharForm& tszForm) noexcept
+/// A form in the making. The caller's buffer receives it at the end: all of it, or nothing.
+class CForm
 {
-    const wchar_t tszSource[] = {chSource, L'\0'};
-    const wchar_t* pSource = tszSource;
-    std::mbstate_t st_There = {};
-    const std::size_t nForm = std::wcsrtombs(tszForm, &pSource, sizeof(tszForm), &st_There);
-    if (pSource) // not all of it, or none, could be written
-        return 0;
+public:
+    void Append(const char* pForm, std::size_t nForm) noexcept
+    {
+        m_bRoom = m_bRoom && m_nLength + nForm < sizeof(m_tszText);
+        if (!m_bRoom)
+            return;
+        std::memcpy(m_tszText + m_nLength, pForm, nForm);
+        m_nLength += nForm;
+    }
+    void Clear() noexcept
+    {
+        m_nLength = 0;
+        m_bRoom = true;
+    }
+    [[nodiscard]] bool Deliver(char* ptszDest, int* pInt_Len) const noexcept
+    {
+        if (!m_bRoom || !StoreText(ptszDest, BASELIB_TEXT_SIZE, std::string_view(m_tszText, m_nLength)))
+            return false;
+        if (pInt_Len)
+            *pInt_Len = static_cast<int>(m_nLength);
+        return true;
+    }
 
-    wchar_t tszBack[2] = {};
-    const char* pForm = tszForm;
+private:
+    char m_tszText[BASELIB_TEXT_SIZE];
+    std::size_t m_nLength = 0;
+    bool m_bRoom = true;
+};
+
+/// False where UTF-8 cannot hold the text.
+bool ToUtf8(const wchar_t* lpszSource, CForm& Form) noexcept
+{
+    for (; *lpszSource != L'\0'; ++lpszSource)
+    {
+        char tszForm[4];
+        const std::size_t nForm = EncodeUtf8(*lpszSource, tszForm);
+        if (nForm == 0)
+            return false;
+        Form.Append(tszForm, nForm);
+    }
+    return true;
+}
+
+/// False where the locale cannot hold the text to the letter, that is, where its form does not read back as the
+/// same text. The C library may paraphrase what the locale lacks, some locales join a letter and an accent, and
+/// either would name another file.
+bool ToLocale(const wchar_t* lpszSource, CForm& Form) noexcept
+{
+    constexpr std::size_t nChunk = 256;
+    constexpr auto nFailed = static_cast<std::size_t>(-1);
+
+    std::mbstate_t st_There = {};
     std::mbstate_t st_Back = {};
-    const bool bReadsBack = std::mbsrtowcs(tszBack, &pForm, 2, &st_Back) == 1 && tszBack[0] == chSource;
-    return bReadsBack ? nForm : 0;
+    const wchar_t* pUnread = lpszSource; // what has not been read back yet
+    for (const wchar_t* pSource = lpszSource; pSource;)
+    {
+        char tszForm[nChunk];
+        const std::size_t nForm = std::wcsrtombs(tszForm, &pSource, nChunk, &st_There);
+        if (nForm == nFailed)
+            return false;
+        Form.Append(tszForm, nForm);
+
+        wchar_t tszBack[nChunk + 1] = {};
+        const char* pForm = tszForm;
+        const std::size_t nEnd = pSource ? 0 : 1; // the ending null character, too
+        const std::size_t nBack = mbsnrtowcs(tszBack, &pForm, nForm + nEnd, nChunk + 1, &st_Back);
+        if (nBack == nFailed || std::wcsncmp(pUnread, tszBack, nBack) != 0)
+            return false;
+        pUnread += nBack;
+    }
+    return *pUnread == L'\0';
 }
 
 /// True in the locales where the strict UTF-8 form is the one to give: those of UTF-8 (the C library's own
@@ -82,59 +136,30 @@ bool LocaleTakesUtf8() noexcept
     return Charset == "UTF-8" || Charset == "ANSI_X3.4-1968";
 }
 
-/// What became of a conversion.
-enum class Outcome
-{
-    Done,
-    CannotHold,
-    NoRoom
-};
-
-/// Converts a text character by character. The output is written at the end: the text, or nothing.
-template <typename Encode>
-Outcome Convert(Encode pfnEncode, const wchar_t* lpszSource, char* ptszDest, int* pInt_Len) noexcept
-{
-    if (!ptszDest)
-        return Outcome::NoRoom;
-    *ptszDest = '\0';
-    if (!lpszSource)
-        return Outcome::CannotHold;
-
-    char tszResult[BASELIB_TEXT_SIZE];
-    std::size_t nLength = 0;
-    bool bRoom = true;
-    for (; *lpszSource != L'\0'; ++lpszSource)
-    {
-        CharForm tszForm;
-        const std::size_t nForm = pfnEncode(*lpszSource, tszForm);
-        if (nForm == 0)
-            return Outcome::CannotHold;
-        bRoom = bRoom && nLength + nForm < sizeof(tszResult);
-        if (bRoom)
-        {
-            std::memcpy(tszResult + nLength, tszForm, nForm);
-            nLength += nForm;
-        }
-    }
-    if (!bRoom || !StoreText(ptszDest, BASELIB_TEXT_SIZE, std::string_view(tszResult, nLength)))
-        return Outcome::NoRoom;
-    if (pInt_Len)
-        *pInt_Len = static_cast<int>(nLength);
-    return Outcome::Done;
-}
 } // namespace
 
 bool BaseLib_Charset_UnicodeToUTF(const wchar_t* lpszSource, char* ptszDest, int* pInt_Len, const char*)
 {
-    return Convert(EncodeUtf8, lpszSource, ptszDest, pInt_Len) == Outcome::Done;
+    if (!ptszDest)
+        return false;
+    *ptszDest = '\0';
+    CForm Form;
+    return lpszSource && ToUtf8(lpszSource, Form) && Form.Deliver(ptszDest, pInt_Len);
 }
 
 bool BaseLib_Charset_UnicodeToAnsi(const wchar_t* lpszSource, char* ptszDest, int* pInt_Len, const char*)
 {
-    Outcome enOutcome = Outcome::CannotHold;
-    if (!LocaleTakesUtf8())
-        enOutcome = Convert(EncodeLocale, lpszSource, ptszDest, pInt_Len);
-    if (enOutcome == Outcome::CannotHold)
-        enOutcome = Convert(EncodeUtf8, lpszSource, ptszDest, pInt_Len);
-    return enOutcome == Outcome::Done;
+    if (!ptszDest)
+        return false;
+    *ptszDest = '\0';
+    if (!lpszSource)
+        return false;
+    CForm Form;
+    if (LocaleTakesUtf8() || !ToLocale(lpszSource, Form))
+    {
+        Form.Clear();
+        if (!ToUtf8(lpszSource, Form))
+            return false;
+    }
+    return Form.Deliver(ptszDest, pInt_Len);
 }

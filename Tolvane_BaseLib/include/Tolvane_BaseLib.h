@@ -2,12 +2,13 @@
  * Tolvane base library: character sets, tables of rows, text slicing, and time.
  *
  * Rules common to all routines:
- * - A bool result tells whether anything was written. None sets an error state of the system library.
+ * - A bool result tells whether all that was asked for was done. None sets an error state of the system library.
  * - A fixed text buffer holds 1024 characters, its ending null character included; the path splitter's
  *   file name holds 260 and its extension 64. What does not fit is never cut, because a shortened path
  *   would name another file: that output becomes empty and the result is false.
- * - Every text may be null: nothing is read, and the result is false.
- * - Only the two memory routines allocate or release memory. None blocks, and none is interrupted by signals.
+ * - Every text that is read may be null: the result is then false. Outputs must not overlap the texts read.
+ * - Only the two memory routines allocate or release memory; the C library may do so, and read a file, the first
+ *   time a time zone or a charset is used. No routine is interrupted by signals.
  * - All may be called from several threads at once, on different buffers.
  */
 #ifndef TOLVANE_BASELIB_H
@@ -88,8 +89,8 @@ BASELIB_EXPORT bool BaseLib_Charset_UnicodeToAnsi(const wchar_t* lpszSource, cha
  * \param[out] pppTable the address of the caller's table variable (a char** variable's address, say)
  * \param[in]  nRows    number of rows; 0 makes a table that holds only the ending null pointer
  * \param[in]  nRowSize bytes of each row, all zero at first. Bytes also where a row will hold wide text
- * \return true, or false with the caller's variable set to null when a number is negative or memory cannot
- *         be had (errno ENOMEM); false and nothing else when pppTable is null. Give the table back with
+ * \return true, or false with the caller's variable set to null when memory cannot be had (errno ENOMEM) or
+ *         a number is negative; false and nothing else when pppTable is null. Give the table back with
  *         BaseLib_Memory_Free.
  */
 BASELIB_EXPORT bool BaseLib_Memory_Malloc(void* pppTable, long long nRows, int nRowSize);

@@ -9,6 +9,7 @@
 #include <cstdlib>
 #include <gtest/gtest.h>
 #include <string>
+#include <vector>
 
 namespace
 {
@@ -95,29 +96,42 @@ TEST(Charset, Utf8IsStrictAndNeverCut)
 
 TEST(Charset, TheLocalesFormWhereItHoldsTheTextToTheLetter)
 {
-    const CTempFolder m_Folder;
-    const std::string Command =
-        "localedef --quiet -c --no-archive -i POSIX -f EUC-JP " + (m_Folder / "xx_XX.EUC-JP") + " 2>&1";
-    pclose(popen(Command.c_str(), "r"));
-    setenv("LOCPATH", m_Folder.Path().c_str(), 1);
-    const CLocale m_Locale("xx_XX.EUC-JP");
-    unsetenv("LOCPATH");
-    if (!m_Locale)
-        return SkipBecause("localedef cannot make a locale here (package locales)");
-
-    const ROW st_Rows[] = {
-        {"ASCII", L"a\\b", "a\\b"},
-        {"the locale's own bytes", L"aあ", "a\xA4\xA2"},
-        {"the locale writes a backslash, which is another name", L"¥", "\xC2\xA5"},
-        {"one character that it lacks makes the whole text UTF-8", L"あ😀", "あ😀"},
-        {"neither can hold it", L"あ\xD800", "", false},
-        {"1023 bytes fit", Chars(341, L'é'), Times(341, "\x8F\xAB\xB1")},
-        {"1026 bytes do not fit, and UTF-8 is no way out", Chars(342, L'é'), "", false},
-        {"too long, were the end not lacking", Chars(342, L'é') + L"😀", Times(342, "é") + "😀"},
+    const struct
+    {
+        const char* lpszCharset;
+        std::vector<ROW> Rows;
+    } st_Charsets[] = {
+        {"EUC-JP",
+         {{"ASCII", L"a\\b", "a\\b"},
+          {"the locale's own bytes", L"aあ", "a\xA4\xA2"},
+          {"the locale writes a backslash, which is another name", L"¥", "\xC2\xA5"},
+          {"one character that it lacks makes the whole text UTF-8", L"あ😀", "あ😀"},
+          {"neither can hold it", L"あ\xD800", "", false},
+          {"1023 bytes fit", Chars(341, L'é'), Times(341, "\x8F\xAB\xB1")},
+          {"1026 bytes do not fit, and UTF-8 is no way out", Chars(342, L'é'), "", false},
+          {"too long, were the end not lacking", Chars(342, L'é') + L"😀", Times(342, "é") + "😀"}}},
+        {"TCVN5712-1",
+         {{"its own bytes", L"\xE1", "\xB8"},
+          {"letter and accent would read back as one character", L"a\x301", "a\xCC\x81"},
+          {"also far behind", Chars(600, L'b') + L"a\x301", std::string(600, 'b') + "a\xCC\x81"}}},
     };
-    for (const ROW& st_Row : st_Rows)
-        ExpectForm(BaseLib_Charset_UnicodeToAnsi, st_Row);
-    ExpectForm(BaseLib_Charset_UnicodeToUTF, {"UTF-8 in every locale", L"あ", "あ"});
+    const CTempFolder m_Folder;
+    for (const auto& [lpszCharset, Rows] : st_Charsets)
+    {
+        SCOPED_TRACE(lpszCharset);
+        const std::string Name = std::string("xx_XX.") + lpszCharset;
+        const std::string Command = "localedef --quiet -c --no-archive -i POSIX -f " + std::string(lpszCharset) +
+                                    " " + (m_Folder / Name) + " 2>&1";
+        pclose(popen(Command.c_str(), "r"));
+        setenv("LOCPATH", m_Folder.Path().c_str(), 1);
+        const CLocale m_Locale(Name.c_str());
+        unsetenv("LOCPATH");
+        if (!m_Locale)
+            return SkipBecause("localedef cannot make a locale here (package locales)");
+        for (const ROW& st_Row : Rows)
+            ExpectForm(BaseLib_Charset_UnicodeToAnsi, st_Row);
+        ExpectForm(BaseLib_Charset_UnicodeToUTF, {"UTF-8 in every locale", L"あ", "あ"});
+    }
 }
 
 TEST(Charset, NullArguments)
