@@ -185,6 +185,19 @@ void ReadSpeed(const char* lpszLine, tag_SystemApi_Cpu_Information& st_Cpu)
     st_Cpu.nCpuSpeed = 0;
     CLineScan(lpszLine).Skip(nSpeedWord - 1).Number(st_Cpu.nCpuSpeed); // the fraction stays behind
 }
+
+/// False where the table ends too soon; what was read before stands.
+bool ReadProcessorTable(tag_SystemApi_Cpu_Information& st_Cpu)
+{
+    CKernelFile m_Table("/proc/cpuinfo");
+    if (!m_Table || !m_Table.GoTo(nVendorLine))
+        return false;
+    ReadVendor(m_Table.Line(), st_Cpu);
+    if (!m_Table.GoTo(nNameLine) || !ReadName(m_Table.Line(), st_Cpu) || !m_Table.GoTo(nSpeedLine))
+        return false;
+    ReadSpeed(m_Table.Line(), st_Cpu);
+    return true;
+}
 } // namespace
 
 bool CSystemApi_HardWare::SystemApi_HardWare_GetCpuInfomation(tag_SystemApi_Cpu_Information* pSt_CpuInfo)
@@ -194,14 +207,8 @@ bool CSystemApi_HardWare::SystemApi_HardWare_GetCpuInfomation(tag_SystemApi_Cpu_
         return Fail(ERROR_SYSTEMAPI_HARDWARE_GETCPUINFO_PARAMETER);
     pSt_CpuInfo->nCpuCore = static_cast<int>(std::thread::hardware_concurrency()); // whatever becomes of the table
 
-    CKernelFile m_Table("/proc/cpuinfo");
-    if (!m_Table || !m_Table.GoTo(nVendorLine))
+    if (!ReadProcessorTable(*pSt_CpuInfo)) // closed again, since sysconf opens a file too
         return Fail(ERROR_SYSTEMAPI_HARDWARE_GETCPUINFO_READ);
-    ReadVendor(m_Table.Line(), *pSt_CpuInfo);
-    if (!m_Table.GoTo(nNameLine) || !ReadName(m_Table.Line(), *pSt_CpuInfo) || !m_Table.GoTo(nSpeedLine))
-        return Fail(ERROR_SYSTEMAPI_HARDWARE_GETCPUINFO_READ);
-    ReadSpeed(m_Table.Line(), *pSt_CpuInfo);
-
     pSt_CpuInfo->nCpuNumber = static_cast<int>(sysconf(_SC_NPROCESSORS_ONLN));
     return true;
 }

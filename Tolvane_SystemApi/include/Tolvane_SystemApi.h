@@ -200,7 +200,8 @@ SYSTEMAPI_EXPORT bool SystemApi_HardWare_GetCpuInfomation(tag_SystemApi_Cpu_Info
  *
  * Surprising on purpose: the processor ID is the second ID that dmidecode lists, so where the list holds one it is
  * empty; its last character is cut whatever it is. The disk's number is the first text in quotes in what blkid
- * prints second, which for a whole disk usually is the UUID of its partition table. Of the fields in the order
+ * prints second, which for a whole disk usually is the UUID of its partition table; a label with a blank in it
+ * leaves the device's name. Of the fields in the order
  * board, processor, disk, system, the first that begins with "none" or "null" (in any case) is cleared, and the
  * later ones are not looked at.
  */
