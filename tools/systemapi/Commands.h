@@ -5,4 +5,6 @@
 #include <CLI/CLI.hpp>
 
 void AddReport(CLI::App& App);
+void AddHardware(CLI::App& App);
 void AddProcess(CLI::App& App);
+void AddSystem(CLI::App& App);

@@ -7,7 +7,6 @@
 #include <Tolvane_SystemApi.h>
 
 #include <array>
-#include <cstdio>
 #include <functional>
 #include <iostream>
 #include <limits>
@@ -35,11 +34,7 @@ std::string StartOf(int nPid)
 {
     TOLVANE_LIBTIME st_Start = {};
     Require("READCMD", [&] { return SystemApi_Process_GetUpTime(&st_Start, nPid); });
-    std::array<char, 80> tszText = {};
-    if (st_Start.nMonth != 0)
-        std::snprintf(tszText.data(), tszText.size(), "%04d-%02d-%02d %02d:%02d:%02d", st_Start.nYear,
-                      st_Start.nMonth, st_Start.nDay, st_Start.nHour, st_Start.nMinute, st_Start.nSecond);
-    return tszText.data();
+    return st_Start.nMonth != 0 ? DateAndTime(st_Start) : std::string();
 }
 
 std::string PathOf(int nPid)

@@ -17,9 +17,14 @@ constexpr struct
     void (*pfnSection)(CReport&);
 } st_Sections[] = {
     {"System", ReportSystem},
+    {"Start-up", ReportStart},
+    {"Processor", ReportProcessor},
     {"Memory", ReportMemory},
+    {"Disks", ReportDisks},
+    {"File systems", ReportFileSystems},
+    {"Serial numbers", ReportSerials},
     {"Processes", ReportProcesses},
-    {"This process", ReportOwnProcess},
+    {"This process", ReportOwnProcess}, // the tool's own
 };
 
 constexpr int nIndent = 2;

@@ -39,6 +39,11 @@ private:
 
 // The sections, in the order of the report (the list is in Report.cpp).
 void ReportSystem(CReport& Report);
+void ReportStart(CReport& Report);
+void ReportProcessor(CReport& Report);
 void ReportMemory(CReport& Report);
+void ReportDisks(CReport& Report);
+void ReportFileSystems(CReport& Report);
+void ReportSerials(CReport& Report);
 void ReportProcesses(CReport& Report);
 void ReportOwnProcess(CReport& Report);

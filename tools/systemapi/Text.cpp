@@ -102,6 +102,19 @@ std::string HumanSize(unsigned long long nBytes)
     return tszAmount.data();
 }
 
+std::string DateAndTime(const TOLVANE_LIBTIME& st_Time)
+{
+    std::array<char, 80> tszText = {};
+    std::snprintf(tszText.data(), tszText.size(), "%04d-%02d-%02d %02d:%02d:%02d", st_Time.nYear, st_Time.nMonth,
+                  st_Time.nDay, st_Time.nHour, st_Time.nMinute, st_Time.nSecond);
+    return tszText.data();
+}
+
+int Share(unsigned long nPart, unsigned long nWhole)
+{
+    return nWhole == 0 ? 0 : static_cast<int>(static_cast<double>(nPart) * 100 / static_cast<double>(nWhole));
+}
+
 std::string Bar(int nPercent)
 {
     constexpr int nCells = 24;

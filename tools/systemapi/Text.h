@@ -1,6 +1,8 @@
 /// Pieces of output: texts made safe to show, amounts for people, bars, and aligned tables.
 #pragma once
 
+#include <Tolvane_BaseLib.h>
+
 #include <cstddef>
 #include <iosfwd>
 #include <string>
@@ -21,6 +23,12 @@ std::string Pad(std::string_view Text, int nColumns, bool bRight = false);
 
 /// "512 B", "1.5 KiB", "15.5 GiB".
 std::string HumanSize(unsigned long long nBytes);
+
+/// "2024-01-31 08:09:10"
+std::string DateAndTime(const TOLVANE_LIBTIME& st_Time);
+
+/// A part of a whole in per cent, rounded down; 0 of nothing.
+int Share(unsigned long nPart, unsigned long nWhole);
 
 /// A bar of a share between 0 and 100 per cent, and the number: "[#####-----] 50 %". High shares are coloured as
 /// a warning.

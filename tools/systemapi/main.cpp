@@ -15,7 +15,9 @@ int Run(int argc, char** argv)
     App.failure_message(CLI::FailureMessage::help);
     App.require_subcommand(1);
     AddReport(App);
+    AddHardware(App);
     AddProcess(App);
+    AddSystem(App);
     try
     {
         App.parse(argc, argv); // runs the subcommand
