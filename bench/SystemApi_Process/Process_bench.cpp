@@ -122,9 +122,11 @@ void CompareCalls()
     constexpr auto enUnit = benchmark::kNanosecond;
     Compare(
         "GetPath", enUnit,
-        [Link = "/proc/" + Own + "/exe"] {
+        [] {
+            char tszLink[64];
             char tszPath[1024];
-            benchmark::DoNotOptimize(readlink(Link.c_str(), tszPath, sizeof(tszPath)));
+            std::snprintf(tszLink, sizeof(tszLink), "/proc/%d/exe", getpid());
+            benchmark::DoNotOptimize(readlink(tszLink, tszPath, sizeof(tszPath)));
         },
         [] {
             char tszPath[1024];

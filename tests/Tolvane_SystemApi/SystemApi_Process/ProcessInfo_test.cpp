@@ -3,6 +3,7 @@
 
 #include <cstring>
 #include <gmock/gmock.h>
+#include <sstream>
 #include <unistd.h>
 
 namespace
@@ -19,80 +20,53 @@ std::string StatRest(const std::string& Threads)
            " 0 21 22 23 18446744073709551615 25 26 27 28 29 30 31 32 33 34 35 36 37 38 39 40 41 42 43";
 }
 
+/// All but the id: "threads name user state virtual resident shared".
+std::string Shown(const tag_SystemApi_Process_Infomation& st_Info)
+{
+    std::ostringstream Text;
+    Text << st_Info.nThreadCount << ' ' << st_Info.tszAppName << ' ' << st_Info.tszUserName << ' '
+         << st_Info.nAppState << ' ' << st_Info.nVirtualMem << ' ' << st_Info.nResidentMem << ' '
+         << st_Info.nSharedMem;
+    return Text.str();
+}
+
 TEST(ProcessInfo, EntriesAreRunAndTheirTextIsScanned)
 {
-    const std::string LongName = "(" + std::string(5000, 'n');
+    const std::string Cut(1017, 'n'); // behind the id and the bracket
+    const std::string User(3000, 'u');
     const struct
     {
         const char* lpszWhy;
-        std::string Stat; // after the id
-        std::string Memory;
-        int nThreads;
-        std::string Name;
-        int nState;
-        int nVirtual, nResident, nShared;
+        std::string Stat, Memory, Login; // what the entries hold; the first after the id
+        std::string Expected;
     } st_Rows[] = {
-        {"all fields", " (bash) S" + StatRest("20"), "1003 502 7 1 0 9 0", 20, "(bash)", 1, 250, 125, 1},
-        {"the low half of a thread count", " (a) R" + StatRest("4294967299"), "4 8 12 0 0 0 0", 3, "(a)", 0, 1, 2, 3},
-        {"a blank in the name shifts the rest", " (tmux: server) S" + StatRest("20"), "8", 0, "(tmux:", 6, 2, 0, 0},
-        {"division towards zero", " (z) Z" + StatRest("1"), "-9 -4 -3 0 0 0 0", 1, "(z)", 3, -2, -1, 0},
-        {"a text that is cut at the buffer", " " + LongName, "x", 0, LongName, 6, 0, 0, 0},
+        {"all fields", " (bash) S" + StatRest("20"), "1003 502 7 1 0 9 0", "1", "20 (bash) alice 1 250 125 1"},
+        {"the low half", " (a) R" + StatRest("4294967299"), "4 8 12 0 0 0 0", "1", "3 (a) alice 0 1 2 3"},
+        {"a blank shifts the rest", " (tmux: server) S" + StatRest("20"), "8", "1", "0 (tmux: alice 6 2 0 0"},
+        {"towards zero", " (z) Z" + StatRest("1"), "-9 -4 -3 0 0 0 0", "1", "1 (z) alice 3 -2 -1 0"},
+        {"cut at the buffer", " (" + Cut + Cut, "x", "1", "0 (" + Cut + " alice 6 0 0 0"},
+        {"no login uid", " (a) D" + StatRest("1"), "4 8 12 0 0 0 0", "none", "1 (a) root 2 1 2 3"},
+        {"a long user", " (a) T" + StatRest("1"), "4", "2", "1 (a) " + User.substr(0, 1023) + " 4 1 0 0"},
+        {"no user: the rest is written", " (a) W" + StatRest("1"), "4", "4294967295", "1 (a) before 5 1 0 0"},
     };
     for (const auto& st_Row : st_Rows)
     {
         SCOPED_TRACE(st_Row.lpszWhy);
         RunSandboxed([&] {
-            // The stat text of the process that is asked for names another one, whose login uid is the one that counts.
+            // The text of the process that is asked for names another one, whose login uid is the one that counts.
             const COwnProcess m_Asked;
-            const COwnProcess m_Parsed;
-            const std::string ParsedId = std::to_string(m_Parsed.Pid());
-            FakeFile("/etc/passwd", "root:x:0:0::/root:/bin/sh\nalice:x:4242:1::/:/bin/sh\n");
-            FakeFile(m_Asked.Entry("stat").c_str(), Printing(ParsedId + st_Row.Stat));
+            FakeFile("/etc/passwd", "root:x:0:0::/:/bin/sh\nalice:x:1:1::/:/bin/sh\n" + User + ":x:2:1::/:/bin/sh\n");
+            FakeFile(m_Asked.Entry("stat").c_str(), Printing("1000" + st_Row.Stat));
             FakeFile(m_Asked.Entry("statm").c_str(), Printing(st_Row.Memory));
-            FakeFile(m_Asked.Entry("loginuid").c_str(), "0");
-            FakeFile(m_Parsed.Entry("loginuid").c_str(), "4242");
-
-            tag_SystemApi_Process_Infomation st_Info = {};
-            ASSERT_TRUE(SystemApi_Process_GetProcessInfo(&st_Info, nullptr, m_Asked.Pid()));
-            EXPECT_FALSE(SystemApi_IsErrorOccur);
-            EXPECT_EQ(st_Info.nPid, m_Parsed.Pid());
-            EXPECT_EQ(st_Info.nThreadCount, st_Row.nThreads);
-            EXPECT_EQ(st_Info.tszAppName, st_Row.Name.substr(0, 1023 - ParsedId.size() - 1));
-            EXPECT_STREQ(st_Info.tszUserName, "alice");
-            EXPECT_EQ(st_Info.nAppState, st_Row.nState);
-            EXPECT_EQ(st_Info.nVirtualMem, st_Row.nVirtual);
-            EXPECT_EQ(st_Info.nResidentMem, st_Row.nResident);
-            EXPECT_EQ(st_Info.nSharedMem, st_Row.nShared);
-        });
-    }
-}
-
-TEST(ProcessInfo, TheLoginUidHasANameOfAnyLengthOrNone)
-{
-    const std::string LongName(3000, 'u');
-    const struct
-    {
-        const char* lpszLogin;
-        bool bFound;
-        std::string Name;
-    } st_Rows[] = {{"4294967295", false, "before"}, {"4242", true, LongName.substr(0, 1023)}, {"none", true, "root"}};
-    for (const auto& st_Row : st_Rows)
-    {
-        SCOPED_TRACE(st_Row.lpszLogin);
-        RunSandboxed([&] {
-            const COwnProcess m_Asked;
-            FakeFile("/etc/passwd", "root:x:0:0::/:/bin/sh\n" + LongName + ":x:4242:1::/:/bin/sh\n");
-            FakeFile(m_Asked.Entry("stat").c_str(),
-                     Printing(std::to_string(m_Asked.Pid()) + " (a) T" + StatRest("1")));
-            FakeFile(m_Asked.Entry("statm").c_str(), Printing("4 8 12 0 0 0 0"));
-            FakeFile(m_Asked.Entry("loginuid").c_str(), st_Row.lpszLogin);
+            const CFakeTools m_Tools;
+            m_Tools.Add("cat", "[ $* = /proc/1000/loginuid ] && echo " + st_Row.Login);
             tag_SystemApi_Process_Infomation st_Info = {};
             std::strcpy(st_Info.tszUserName, "before");
-            EXPECT_EQ(SystemApi_Process_GetProcessInfo(&st_Info, nullptr, m_Asked.Pid()), st_Row.bFound);
-            EXPECT_EQ(SystemApi_GetLastError(nullptr), st_Row.bFound ? 0 : ERROR_SYSTEMAPI_PROCESS_GETINFO_USER);
-            EXPECT_EQ(st_Info.tszUserName, st_Row.Name);
-            EXPECT_EQ(st_Info.nAppState, 4) << "written either way";
-            EXPECT_EQ(st_Info.nSharedMem, 3);
+            const bool bFound = st_Row.Login != "4294967295";
+            EXPECT_EQ(SystemApi_Process_GetProcessInfo(&st_Info, nullptr, m_Asked.Pid()), bFound);
+            EXPECT_EQ(SystemApi_GetLastError(nullptr), bFound ? 0 : ERROR_SYSTEMAPI_PROCESS_GETINFO_USER);
+            EXPECT_EQ(st_Info.nPid, 1000);
+            EXPECT_EQ(Shown(st_Info), st_Row.Expected);
         });
     }
 }
@@ -104,11 +78,7 @@ TEST(ProcessInfo, AsEverywhereElseTheEntriesCannotBeRun)
         std::memset(&st_Info, 0x55, sizeof(st_Info));
         ASSERT_TRUE(SystemApi_Process_GetProcessInfo(&st_Info, nullptr, 0));
         EXPECT_EQ(st_Info.nPid, 0);
-        EXPECT_EQ(st_Info.nThreadCount, 0);
-        EXPECT_STREQ(st_Info.tszAppName, "");
-        EXPECT_STREQ(st_Info.tszUserName, "root");
-        EXPECT_EQ(st_Info.nAppState, 6);
-        EXPECT_EQ(st_Info.nVirtualMem | st_Info.nResidentMem | st_Info.nSharedMem, 0);
+        EXPECT_EQ(Shown(st_Info), "0  root 6 0 0 0");
     });
 }
 
@@ -164,26 +134,19 @@ TEST(ProcessInfo, AFailureLeavesWhatItDidNotReach)
 {
     const CFakeTools m_Tools;
     m_Tools.Add("ps", "echo root 11 wanted");
-    for (std::size_t nRefused = 0; nRefused < 4; ++nRefused)
+    const char* const lpszLeft[] = {"7 before before 7 7 7 7", "7 before before 7 7 7 7", "0  before 6 7 7 7",
+                                    "0  before 6 0 0 0"};
+    for (std::size_t nRefused = 0; nRefused < std::size(lpszLeft); ++nRefused)
     {
         SCOPED_TRACE(nRefused);
         std::size_t nCommand = 0;
         StandIns().Popen = [&](const char*) {
             return nCommand++ != nRefused;
         };
-        tag_SystemApi_Process_Infomation st_Info;
-        std::memset(&st_Info, 0x55, sizeof(st_Info));
+        tag_SystemApi_Process_Infomation st_Info = {7, 7, "before", "before", 7, 7, 7, 7};
         ExpectFailed(SystemApi_Process_GetProcessInfo(&st_Info, "wanted", 0), ERROR_SYSTEMAPI_PROCESS_READCMD_POPEN,
                      EMFILE);
-        const auto Written = [](int nField) {
-            return nField != 0x55555555;
-        };
-        EXPECT_EQ(Written(st_Info.nPid), nRefused > 1);
-        EXPECT_EQ(Written(st_Info.nAppState), nRefused > 1);
-        EXPECT_EQ(st_Info.tszAppName[0] == '\0', nRefused > 1);
-        EXPECT_EQ(Written(st_Info.nVirtualMem), nRefused > 2);
-        EXPECT_EQ(Written(st_Info.nSharedMem), nRefused > 2);
-        EXPECT_EQ(st_Info.tszUserName[0], 0x55);
+        EXPECT_EQ(Shown(st_Info), lpszLeft[nRefused]);
     }
     StandIns() = {};
 
