@@ -173,10 +173,10 @@ bool CSystemApi_Process::SystemApi_Process_GetProcessInfo(tag_SystemApi_Process_
     std::snprintf(tszCommand, sizeof(tszCommand), "cat /proc/%d/loginuid", st_Stat.nPid);
     if (!ReadCommand(tszCommand, tszLogin))
         return false;
-    const auto User = FindUserName(static_cast<uid_t>(ReadNumber(tszLogin)));
-    if (!User)
+    const CUserEntry m_User(static_cast<uid_t>(ReadNumber(tszLogin)));
+    if (!m_User.Name())
         return Fail(ERROR_SYSTEMAPI_PROCESS_GETINFO_USER);
-    StoreText(pSt_ProcessInfo->tszUserName, *User);
+    StoreText(pSt_ProcessInfo->tszUserName, m_User.Name());
     return true;
 }
 

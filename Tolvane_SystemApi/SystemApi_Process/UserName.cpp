@@ -1,28 +1,13 @@
 #include "UserName.h"
 
 #include <cerrno>
-#include <pwd.h>
-#include <vector>
 
-std::optional<std::string> FindUserName(uid_t nUid)
+CUserEntry::CUserEntry(uid_t nUid)
 {
-    std::vector<char> Buffer(1024);
-    for (;;)
+    int nError = getpwuid_r(nUid, &m_st_Entry, m_tszText.data(), m_tszText.size(), &m_pSt_Found);
+    for (std::size_t nSize = m_tszText.size() * 2; nError == ERANGE; nSize *= 2)
     {
-        passwd st_Entry = {};
-        passwd* pSt_Found = nullptr;
-        const int nError = getpwuid_r(nUid, &st_Entry, Buffer.data(), Buffer.size(), &pSt_Found);
-        if (nError == ERANGE)
-        {
-            Buffer.resize(Buffer.size() * 2);
-            continue;
-        }
-        if (!pSt_Found)
-        {
-            if (nError != 0)
-                errno = nError;
-            return std::nullopt;
-        }
-        return st_Entry.pw_name;
+        m_LongText.resize(nSize);
+        nError = getpwuid_r(nUid, &m_st_Entry, m_LongText.data(), nSize, &m_pSt_Found);
     }
 }

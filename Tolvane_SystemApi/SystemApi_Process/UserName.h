@@ -1,10 +1,26 @@
 /// The user database.
 #pragma once
 
-#include <optional>
-#include <string>
+#include <array>
+#include <pwd.h>
 #include <sys/types.h>
+#include <vector>
 
-/// The name of a user; nothing where the user has no entry.
-/// \throws std::bad_alloc
-[[nodiscard]] std::optional<std::string> FindUserName(uid_t nUid);
+/// A user's entry in the user database. Allocates nothing for an entry of ordinary size.
+class CUserEntry
+{
+public:
+    /// \throws std::bad_alloc for an entry that is large
+    explicit CUserEntry(uid_t nUid);
+    CUserEntry(const CUserEntry&) = delete; // the name points into the object
+    CUserEntry& operator=(const CUserEntry&) = delete;
+
+    /// Null where the user has no entry, or the database cannot be read.
+    [[nodiscard]] const char* Name() const noexcept { return m_pSt_Found ? m_st_Entry.pw_name : nullptr; }
+
+private:
+    std::array<char, 1024> m_tszText;
+    std::vector<char> m_LongText;
+    passwd m_st_Entry = {};
+    passwd* m_pSt_Found = nullptr;
+};

@@ -96,8 +96,9 @@ bool CSystemApi_System::SystemApi_System_GetSysName(char* ptszUserName, char* pt
     ClearError();
     if (ptszUserName)
     {
-        if (const auto Name = FindUserName(geteuid()))
-            std::memcpy(ptszUserName, Name->c_str(), Name->size() + 1);
+        const CUserEntry m_User(geteuid());
+        if (m_User.Name())
+            std::memcpy(ptszUserName, m_User.Name(), std::strlen(m_User.Name()) + 1);
     }
     if (ptszSysName)
         gethostname(ptszSysName, nHostNameSize);

@@ -222,8 +222,8 @@ SYSTEMAPI_EXPORT bool SystemApi_HardWare_GetSerial(tag_SystemApi_SdkSerial_Infor
 #define ERROR_SYSTEMAPI_PROCESS_STOP_PERMISSION 0x040A3001UL    /* kill was not permitted */
 #define ERROR_SYSTEMAPI_PROCESS_GETPATH_READLINK 0x040A3002UL   /* readlink failed; errno */
 #define ERROR_SYSTEMAPI_PROCESS_GETINFO_USER 0x040A3006UL       /* no user has the login uid */
-#define ERROR_SYSTEMAPI_PROCESS_GETINFO_NOTFOUND 0x040A3007UL   /* no process has the name */
-#define ERROR_SYSTEMAPI_PROCESS_STOP_NOTFOUND 0x040A3007UL      /* no process has the name */
+#define ERROR_SYSTEMAPI_PROCESS_GETINFO_NOTFOUND 0x040A3007UL   /* the lookup of the name printed nothing */
+#define ERROR_SYSTEMAPI_PROCESS_STOP_NOTFOUND 0x040A3007UL      /* no process has the name, or it is too long */
 #define ERROR_SYSTEMAPI_PROCESS_GETPRIORITY_FAILED 0x040A3013UL /* getpriority gave -1; errno */
 #define ERROR_SYSTEMAPI_PROCESS_SETPRIORITY_FAILED 0x040A3014UL /* setpriority failed; errno */
 #define ERROR_SYSTEMAPI_PROCESS_SETPRIORITY_RANGE 0x040A3015UL  /* priority above -20 */
@@ -350,7 +350,8 @@ SYSTEMAPI_EXPORT bool SystemApi_Process_RunProcess(unsigned long* pInt_ProcessId
  *
  * A name runs "ps -aux | grep NAME | grep -v grep | awk '{print $2}'" and stops the first process it lists, no
  * other. Blocks as long as a child takes to end, which is for ever when it does not heed SIGINT; a process that is
- * no child is not waited for. A signal handler does not end the wait.
+ * no child is not waited for. With an id of 0 or below one child of that set is waited for, whichever ends first
+ * (with bWaitSigchld all of them). A signal handler does not end the wait.
  *
  * Surprising on purpose: with bWaitSigchld, SIGCHLD has its default disposition after a success, whatever it was
  * before, and stays ignored when kill fails. While it is ignored, other threads find their children reaped.

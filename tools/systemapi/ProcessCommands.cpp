@@ -175,11 +175,20 @@ struct TARGET
     int nPid = nThisProcess;
 };
 
+/// Ids are decimal: CLI11 would take 0100 for 64, and an empty text for 0.
+std::string CheckId(const std::string& Text)
+{
+    const std::string Digits = Text.substr(Text.rfind('-', 0) == 0 ? 1 : 0);
+    const bool bDecimal = !Digits.empty() && Digits.find_first_not_of("0123456789") == Digits.npos;
+    const bool bLeadingZero = Digits.size() > 1 && Digits[0] == '0';
+    return bDecimal && !bLeadingZero ? "" : "not a process id: " + Text;
+}
+
 void AddTarget(CLI::App* pCommand, TARGET& st_Target, const char* lpszPidHelp)
 {
     CLI::Option* const pName =
         pCommand->add_option("NAME", st_Target.Name, "A name to look for in the listing of all processes");
-    pCommand->add_option("--pid,-p", st_Target.nPid, lpszPidHelp)->excludes(pName);
+    pCommand->add_option("--pid,-p", st_Target.nPid, lpszPidHelp)->excludes(pName)->check(CheckId);
 }
 
 void AddInfo(CLI::App& Process)
@@ -242,7 +251,7 @@ CLI::App* AddQuery(CLI::App& Process, const char* lpszCommand, const char* lpszH
 {
     CLI::App* const pQuery = Process.add_subcommand(lpszCommand, lpszHelp);
     const auto Pid = std::make_shared<int>(nThisProcess);
-    pQuery->add_option("PID", *Pid, "Process id; the tool's own process when left out");
+    pQuery->add_option("PID", *Pid, "Process id; the tool's own process when left out")->check(CheckId);
     pQuery->callback([Pid, pfnShow] { pfnShow(*Pid); });
     return pQuery;
 }
