@@ -26,8 +26,12 @@ public:
     }
     ~COwnProcess()
     {
-        if (kill(Pid(), SIGKILL) == 0)
+        siginfo_t st_State = {};
+        if (waitid(P_PID, static_cast<id_t>(Pid()), &st_State, WEXITED | WNOHANG | WNOWAIT) == 0) // still the test's
+        {
+            kill(Pid(), SIGKILL);
             waitpid(Pid(), nullptr, 0);
+        }
         StandIns().Own.erase(Pid());
     }
     COwnProcess(const COwnProcess&) = delete;
