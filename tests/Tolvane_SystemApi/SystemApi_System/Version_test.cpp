@@ -141,10 +141,12 @@ TEST(SystemNames, AreTheEffectiveUsersAndTheHostsEachOptional)
         EXPECT_FALSE(SystemApi_IsErrorOccur);
         EXPECT_TRUE(SystemApi_System_GetSysName(nullptr, tszHost));
         EXPECT_STREQ(tszHost, tszExpected);
-        ASSERT_EQ(seteuid(geteuid() == 0 ? 65534 : geteuid()), 0); // root's real user stays another
+        const uid_t nBefore = geteuid();
+        ASSERT_EQ(seteuid(nBefore == 0 ? 65534 : nBefore), 0); // root's real user stays another
         EXPECT_TRUE(SystemApi_System_GetSysName(tszUser, nullptr));
         const passwd* const pSt_User = getpwuid(geteuid());
         EXPECT_STREQ(tszUser, pSt_User ? pSt_User->pw_name : "user");
+        EXPECT_EQ(seteuid(nBefore), 0); // the leak check at the child's end needs it
     });
 }
 
