@@ -210,7 +210,7 @@ TEST(ReadCmdReturn, FitsTheSmallestStackOfAThread)
 {
     pthread_attr_t st_Attributes;
     ASSERT_EQ(pthread_attr_init(&st_Attributes), 0);
-    ASSERT_EQ(pthread_attr_setstacksize(&st_Attributes, PTHREAD_STACK_MIN), 0);
+    ASSERT_EQ(pthread_attr_setstacksize(&st_Attributes, static_cast<std::size_t>(PTHREAD_STACK_MIN)), 0);
     pthread_t nThread = 0;
     const auto pfnCapture = [](void*) -> void* {
         char tszText[16] = {};
