@@ -10,6 +10,7 @@
 #include <gtest/gtest.h>
 #include <sched.h>
 #include <sys/mount.h>
+#include <sys/prctl.h>
 #include <sys/wait.h>
 #include <unistd.h>
 
@@ -58,6 +59,7 @@ bool EnterPrivateMounts()
     }
     LiftFakes();
 #if defined(__SANITIZE_ADDRESS__)
+    prctl(PR_SET_DUMPABLE, 1); // lost with root, and the leak check needs it
     EXPECT_EQ(__lsan_do_recoverable_leak_check(), 0);
 #endif
     std::fflush(nullptr);
