@@ -23,10 +23,10 @@ public:
         std::size_t nLength = 0;
         while (nLength + 1 < sizeof(m_tszLine))
         {
-            const int nRead = getc_unlocked(m_File.get());
+            const int nRead = getc_unlocked(m_File.get()); // NOLINT(concurrency-mt-unsafe): nobody else has the file
             if (nRead == EOF)
             {
-                if (!ferror_unlocked(m_File.get()))
+                if (ferror_unlocked(m_File.get()) == 0)
                     break;
                 if (errno != EINTR)
                     return false;

@@ -251,19 +251,13 @@ public:
             CutLast(m_ptszText);
     }
 
-    /// Clears a placeholder for "no number"; false where there is none.
-    bool ClearPlaceholder()
+    /// Whether it says that there is no number. Kept on purpose: by its first four characters, in any case.
+    [[nodiscard]] bool IsPlaceholder() const
     {
-        for (const char* lpszPlaceholder : {"None", "null"})
-        {
-            if (strncasecmp(m_ptszText, lpszPlaceholder, 4) == 0) // Kept on purpose: four characters, any case.
-            {
-                std::memset(m_ptszText, 0, nFieldSize);
-                return true;
-            }
-        }
-        return false;
+        return strncasecmp(m_ptszText, "None", 4) == 0 || strncasecmp(m_ptszText, "null", 4) == 0;
     }
+
+    void Clear() { std::memset(m_ptszText, 0, nFieldSize); }
 
 private:
     static constexpr std::size_t nFieldSize = sizeof(tag_SystemApi_SdkSerial_Information::tszCpuSerial);
@@ -316,8 +310,11 @@ bool CSystemApi_HardWare::SystemApi_HardWare_GetSerial(tag_SystemApi_SdkSerial_I
 
     for (CSerialField* const pField : {&m_Board, &m_Cpu, &m_Disk, &m_System})
     {
-        if (pField->ClearPlaceholder())
-            break; // Kept on purpose: one placeholder is cleared, the later ones stay.
+        if (pField->IsPlaceholder())
+        {
+            pField->Clear();
+            break; // Kept on purpose: the later ones stay.
+        }
     }
     return true;
 }

