@@ -37,6 +37,7 @@ bool CSystemApi_Process::SystemApi_Process_ReadCmdReturn(const char* lpszCmd, ch
 namespace
 {
 constexpr std::size_t nTextSize = BASELIB_TEXT_SIZE; // of a command, and of what is captured of its output
+constexpr std::size_t nEntrySize = 64;               // of the path of an entry in /proc
 
 // The attribute operations have no symbols of their own for these.
 constexpr unsigned long dwNullArgument = ERROR_SYSTEMAPI_PROCESS_READCMD_PARAMETER;
@@ -75,116 +76,126 @@ void StoreText(char (&tszField)[nSize], std::string_view Text)
 
 namespace
 {
-/// What a process's stat entry prints when the shell runs it; all 0 where it prints nothing.
-struct STAT_TEXT
+/// The first process of the listing whose line holds the name. Kept on purpose: the lookup's own grep is not left out.
+bool FindFirst(const char* lpszName, int& nPid)
 {
-    int nPid = 0;
-    char tszName[nTextSize] = {}; // with its brackets, up to the first blank
-    char cState = '\0';
-    long nThreads = 0;
-
-    explicit STAT_TEXT(const char (&tszText)[nTextSize])
-    {
-        // What is dropped goes to one place for each type. The name has no width because it cannot be longer than
-        // the text that holds it.
-        int nDropped = 0;
-        unsigned int dwDropped = 0;
-        long lDropped = 0;
-        unsigned long ulDropped = 0;
-        unsigned long long ullDropped = 0;
-        // NOLINTNEXTLINE(cert-err34-c): what does not scan stays 0
-        std::sscanf(tszText,
-                    "%d %s %c %d %d %d %d %d %u %lu %lu %lu %lu %lu %lu %ld %ld %ld %ld %ld %ld %llu %lu %ld %lu %lu "
-                    "%lu %lu %lu %lu %lu %lu %lu %lu  %lu %lu %lu %d %d %u %u %llu %lu %ld",
-                    &nPid, tszName, &cState, &nDropped, &nDropped, &nDropped, &nDropped, &nDropped, &dwDropped,
-                    &ulDropped, &ulDropped, &ulDropped, &ulDropped, &ulDropped, &ulDropped, &lDropped, &lDropped,
-                    &lDropped, &lDropped, &nThreads, &lDropped, &ullDropped, &ulDropped, &lDropped, &ulDropped,
-                    &ulDropped, &ulDropped, &ulDropped, &ulDropped, &ulDropped, &ulDropped, &ulDropped, &ulDropped,
-                    &ulDropped, &ulDropped, &ulDropped, &ulDropped, &nDropped, &nDropped, &dwDropped, &dwDropped,
-                    &ullDropped, &ulDropped, &lDropped);
-    }
-};
+    char tszCommand[nTextSize] = {};
+    char tszLine[nTextSize] = {};
+    std::snprintf(tszCommand, sizeof(tszCommand), "ps -ef | grep %s | awk '{print $2}'", lpszName);
+    if (!ReadFirstLine(tszCommand, tszLine))
+        return false;
+    if (tszLine[0] == '\0')
+        return Fail(ERROR_SYSTEMAPI_PROCESS_GETINFO_NOTFOUND);
+    nPid = static_cast<int>(ReadNumber(tszLine));
+    return true;
+}
 
 /// Has the shell run an entry of a process. Kept on purpose: no "cat" stands before it.
 bool RunEntry(int nPid, const char* lpszEntry, char (&tszOutput)[nTextSize])
 {
-    char tszPath[nTextSize] = {};
+    char tszPath[nEntrySize] = {};
     if (nPid == 0)
         std::snprintf(tszPath, sizeof(tszPath), "/proc/self/%s", lpszEntry);
     else
         std::snprintf(tszPath, sizeof(tszPath), "/proc/%d/%s", nPid, lpszEntry);
     return ReadCommand(tszPath, tszOutput);
 }
-} // namespace
 
-bool CSystemApi_Process::SystemApi_Process_GetProcessInfo(tag_SystemApi_Process_Infomation* pSt_ProcessInfo,
-                                                          const char* lpszProcessName, int nPid)
+unsigned long StateCode(char cState)
 {
-    constexpr std::size_t nLoginCommandSize = 128;
-    constexpr std::size_t nLoginSize = 64;
-    constexpr int nMemoryDivisor = 4; // Kept on purpose: whatever the page size is.
+    constexpr std::string_view Letters = "RSDZTW"; // a letter's place is its code
+    const std::size_t nPlace = Letters.find(cState);
+    return nPlace != Letters.npos ? nPlace : Letters.size();
+}
 
-    ClearError();
-    if (!pSt_ProcessInfo)
-        return Fail(ERROR_SYSTEMAPI_PROCESS_GETINFO_PARAMETER);
-    if (lpszProcessName)
-    {
-        // Kept on purpose: the lookup's own grep line is not left out.
-        char tszCommand[nTextSize] = {};
-        char tszLine[nTextSize] = {};
-        std::snprintf(tszCommand, sizeof(tszCommand), "ps -ef | grep %s | awk '{print $2}'", lpszProcessName);
-        if (!ReadFirstLine(tszCommand, tszLine))
-            return false;
-        if (tszLine[0] == '\0')
-            return Fail(ERROR_SYSTEMAPI_PROCESS_GETINFO_NOTFOUND);
-        nPid = static_cast<int>(ReadNumber(tszLine));
-    }
-    else
-        nPid = OwnIfZero(nPid);
-
-    char tszStat[nTextSize] = {};
-    if (!RunEntry(nPid, "stat", tszStat))
+/// Fills in what the stat entry tells; what does not scan is 0.
+bool ReadStat(int nPid, tag_SystemApi_Process_Infomation& st_Info)
+{
+    char tszText[nTextSize] = {};
+    if (!RunEntry(nPid, "stat", tszText))
         return false;
-    const STAT_TEXT st_Stat(tszStat);
-    pSt_ProcessInfo->nPid = st_Stat.nPid;
-    pSt_ProcessInfo->nThreadCount = static_cast<int>(st_Stat.nThreads);
-    StoreText(pSt_ProcessInfo->tszAppName, st_Stat.tszName);
-    unsigned long dwState = 0;
-    SystemApi_Process_AppState(st_Stat.cState, &dwState);
-    pSt_ProcessInfo->nAppState = static_cast<int>(dwState);
+    st_Info.nPid = 0;
+    st_Info.tszAppName[0] = '\0';
+    char cState = '\0';
+    long nThreads = 0;
+    // What is dropped goes to one place for each type. The name has no width: its field is as large as the text.
+    static_assert(sizeof(st_Info.tszAppName) >= sizeof(tszText));
+    int nDropped = 0;
+    unsigned int dwDropped = 0;
+    long lDropped = 0;
+    unsigned long ulDropped = 0;
+    unsigned long long ullDropped = 0;
+    // NOLINTNEXTLINE(cert-err34-c)
+    std::sscanf(tszText,
+                "%d %s %c %d %d %d %d %d %u %lu %lu %lu %lu %lu %lu %ld %ld %ld %ld %ld %ld %llu %lu %ld %lu %lu "
+                "%lu %lu %lu %lu %lu %lu %lu %lu  %lu %lu %lu %d %d %u %u %llu %lu %ld",
+                &st_Info.nPid, st_Info.tszAppName, &cState, &nDropped, &nDropped, &nDropped, &nDropped, &nDropped,
+                &dwDropped, &ulDropped, &ulDropped, &ulDropped, &ulDropped, &ulDropped, &ulDropped, &lDropped,
+                &lDropped, &lDropped, &lDropped, &nThreads, &lDropped, &ullDropped, &ulDropped, &lDropped, &ulDropped,
+                &ulDropped, &ulDropped, &ulDropped, &ulDropped, &ulDropped, &ulDropped, &ulDropped, &ulDropped,
+                &ulDropped, &ulDropped, &ulDropped, &ulDropped, &nDropped, &nDropped, &dwDropped, &dwDropped,
+                &ullDropped, &ulDropped, &lDropped);
+    st_Info.nThreadCount = static_cast<int>(nThreads);
+    st_Info.nAppState = static_cast<int>(StateCode(cState));
+    return true;
+}
 
-    char tszMemory[nTextSize] = {};
-    if (!RunEntry(nPid, "statm", tszMemory))
+/// Fills in what the statm entry tells; what does not scan is 0.
+bool ReadMemory(int nPid, tag_SystemApi_Process_Infomation& st_Info)
+{
+    constexpr int nDivisor = 4; // Kept on purpose: whatever the page size is.
+
+    char tszText[nTextSize] = {};
+    if (!RunEntry(nPid, "statm", tszText))
         return false;
     int nVirtual = 0;
     int nResident = 0;
     int nShared = 0;
     int nDropped = 0;
-    // NOLINTNEXTLINE(cert-err34-c): what does not scan stays 0
-    std::sscanf(tszMemory, "%d %d %d %d %d %d %d", &nVirtual, &nResident, &nShared, &nDropped, &nDropped, &nDropped,
+    // NOLINTNEXTLINE(cert-err34-c)
+    std::sscanf(tszText, "%d %d %d %d %d %d %d", &nVirtual, &nResident, &nShared, &nDropped, &nDropped, &nDropped,
                 &nDropped);
-    pSt_ProcessInfo->nVirtualMem = nVirtual / nMemoryDivisor;
-    pSt_ProcessInfo->nResidentMem = nResident / nMemoryDivisor;
-    pSt_ProcessInfo->nSharedMem = nShared / nMemoryDivisor;
+    st_Info.nVirtualMem = nVirtual / nDivisor;
+    st_Info.nResidentMem = nResident / nDivisor;
+    st_Info.nSharedMem = nShared / nDivisor;
+    return true;
+}
 
-    // Kept on purpose: of the id that the stat text holds, not of the one that was asked for.
-    char tszCommand[nLoginCommandSize] = {};
+/// Fills in who logged in. Kept on purpose: asked for the id that the stat text holds, not for the one wanted.
+bool ReadUser(tag_SystemApi_Process_Infomation& st_Info)
+{
+    constexpr std::size_t nCommandSize = 128;
+    constexpr std::size_t nLoginSize = 64;
+
+    char tszCommand[nCommandSize] = {};
     char tszLogin[nLoginSize] = {};
-    std::snprintf(tszCommand, sizeof(tszCommand), "cat /proc/%d/loginuid", st_Stat.nPid);
+    std::snprintf(tszCommand, sizeof(tszCommand), "cat /proc/%d/loginuid", st_Info.nPid);
     if (!ReadCommand(tszCommand, tszLogin))
         return false;
     const CUserEntry m_User(static_cast<uid_t>(ReadNumber(tszLogin)));
     if (!m_User.Name())
         return Fail(ERROR_SYSTEMAPI_PROCESS_GETINFO_USER);
-    StoreText(pSt_ProcessInfo->tszUserName, m_User.Name());
+    StoreText(st_Info.tszUserName, m_User.Name());
     return true;
+}
+} // namespace
+
+bool CSystemApi_Process::SystemApi_Process_GetProcessInfo(tag_SystemApi_Process_Infomation* pSt_ProcessInfo,
+                                                          const char* lpszProcessName, int nPid)
+{
+    ClearError();
+    if (!pSt_ProcessInfo)
+        return Fail(ERROR_SYSTEMAPI_PROCESS_GETINFO_PARAMETER);
+    if (!lpszProcessName)
+        nPid = OwnIfZero(nPid);
+    else if (!FindFirst(lpszProcessName, nPid))
+        return false;
+    return ReadStat(nPid, *pSt_ProcessInfo) && ReadMemory(nPid, *pSt_ProcessInfo) && ReadUser(*pSt_ProcessInfo);
 }
 
 bool CSystemApi_Process::SystemApi_Process_AppState(char cState, unsigned long* pInt_State)
 {
-    constexpr std::string_view StateLetters = "RSDZTW"; // a letter's place is its code
-    const std::size_t nPlace = StateLetters.find(cState);
-    *pInt_State = nPlace != StateLetters.npos ? nPlace : StateLetters.size();
+    *pInt_State = StateCode(cState);
     ClearError();
     return true;
 }
@@ -340,7 +351,7 @@ bool CSystemApi_Process::SystemApi_Process_GetPath(char* ptszPath, int nPid)
     ClearError();
     if (!ptszPath)
         return Fail(dwNullArgument);
-    char tszLink[nTextSize] = {};
+    char tszLink[nEntrySize] = {};
     std::snprintf(tszLink, sizeof(tszLink), "/proc/%d/exe", OwnIfZero(nPid));
     // Kept on purpose: no null character is added, also when the path fills the buffer.
     if (readlink(tszLink, ptszPath, nTextSize) == -1)
