@@ -25,6 +25,64 @@ unsigned long SystemApi_GetLastError(int* pInt_ErrorCode)
 }
 
 // Files
+bool SystemApi_File_GetFileAttrA(const char* lpszPath, SYSTEMAPI_FILE_ATTR* pSt_FileAttr)
+{
+    return m_FileSdk.SystemApi_File_GetFileAttrA(lpszPath, pSt_FileAttr);
+}
+bool SystemApi_File_GetFileAttrW(const wchar_t* lpszPath, SYSTEMAPI_FILE_ATTR* pSt_FileAttr)
+{
+    return m_FileSdk.SystemApi_File_GetFileAttrW(lpszPath, pSt_FileAttr);
+}
+bool SystemApi_File_CreateSparseFileA(const char* lpszPath, long long nSize)
+{
+    return m_FileSdk.SystemApi_File_CreateSparseFileA(lpszPath, nSize);
+}
+bool SystemApi_File_CreateSparseFileW(const wchar_t* lpszPath, long long nSize)
+{
+    return m_FileSdk.SystemApi_File_CreateSparseFileW(lpszPath, nSize);
+}
+bool SystemApi_File_CreateMutilFolderA(const char* lpszPath)
+{
+    return m_FileSdk.SystemApi_File_CreateMutilFolderA(lpszPath);
+}
+bool SystemApi_File_CreateMutilFolderW(const wchar_t* lpszPath)
+{
+    return m_FileSdk.SystemApi_File_CreateMutilFolderW(lpszPath);
+}
+bool SystemApi_File_DeleteMutilFolderA(const char* lpszPath, bool bDeleteFolder)
+{
+    return m_FileSdk.SystemApi_File_DeleteMutilFolderA(lpszPath, bDeleteFolder);
+}
+bool SystemApi_File_DeleteMutilFolderW(const wchar_t* lpszPath, bool bDeleteFolder)
+{
+    return m_FileSdk.SystemApi_File_DeleteMutilFolderW(lpszPath, bDeleteFolder);
+}
+bool SystemApi_File_SaveBuffToFileA(const char* lpszPath, const char* lpszBuffer, int nSize)
+{
+    return m_FileSdk.SystemApi_File_SaveBuffToFileA(lpszPath, lpszBuffer, nSize);
+}
+bool SystemApi_File_SaveBuffToFileW(const wchar_t* lpszPath, const char* lpszBuffer, int nSize)
+{
+    return m_FileSdk.SystemApi_File_SaveBuffToFileW(lpszPath, lpszBuffer, nSize);
+}
+bool SystemApi_File_CopyFileA(const char* lpszSource, const char* lpszDest, bool bFailIfExist)
+{
+    return m_FileSdk.SystemApi_File_CopyFileA(lpszSource, lpszDest, bFailIfExist);
+}
+bool SystemApi_File_CopyFileW(const wchar_t* lpszSource, const wchar_t* lpszDest, bool bFailIfExist)
+{
+    return m_FileSdk.SystemApi_File_CopyFileW(lpszSource, lpszDest, bFailIfExist);
+}
+bool SystemApi_File_EnumFileA(const char* lpszPath, char*** pppszFileList, int* pInt_ListCount, bool bRecursion,
+                              int nFileType)
+{
+    return m_FileSdk.SystemApi_File_EnumFileA(lpszPath, pppszFileList, pInt_ListCount, bRecursion, nFileType);
+}
+bool SystemApi_File_EnumFileW(const wchar_t* lpszPath, wchar_t*** pppszFileList, int* pInt_ListCount, bool bRecursion,
+                              int nFileType)
+{
+    return m_FileSdk.SystemApi_File_EnumFileW(lpszPath, pppszFileList, pInt_ListCount, bRecursion, nFileType);
+}
 
 // Hardware
 bool SystemApi_HardWare_GetDiskInfomation(const char* lpszDiskName, tag_SystemApi_Disk_Information* pSt_DiskInfo,

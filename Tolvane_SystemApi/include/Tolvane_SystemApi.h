@@ -100,6 +100,152 @@ typedef struct SYSTEMAPI_FILE_ATTR
     bool bIsRead;          /**< the process may read it, judged by its real user and group */
 } SYSTEMAPI_FILE_ATTR;
 
+/* A wide path becomes UTF-8 whatever the locale. Text that cannot (a surrogate, a value above U+10FFFF) names no
+ * file: where a path goes to a call of the operating system, it counts as a missing file, and so does one whose
+ * UTF-8 form exceeds 1023 bytes; where it goes to the standard file-system facility, that raises (EILSEQ). */
+
+/**
+ * Tells the size, the times and the kind of a path, following symbolic links (stat).
+ *
+ * \param[in]  lpszPath     the path
+ * \param[out] pSt_FileAttr the caller's record; every field is written, on success alone
+ * \return true, or false with ..._GETATTR_PARAMETER or ..._GETATTR_STAT, record untouched.
+ *
+ * Surprising on purpose: nCreateTime is the last status change, and bIsHidden goes by the first character of the
+ * path as passed: "./x" and "../x" are hidden, "/home/u/.profile" is not.
+ */
+SYSTEMAPI_EXPORT bool SystemApi_File_GetFileAttrA(const char* lpszPath, SYSTEMAPI_FILE_ATTR* pSt_FileAttr);
+/** As SystemApi_File_GetFileAttrA, for a wide path. */
+SYSTEMAPI_EXPORT bool SystemApi_File_GetFileAttrW(const wchar_t* lpszPath, SYSTEMAPI_FILE_ATTR* pSt_FileAttr);
+
+/**
+ * Makes a file of so many zero bytes. An existing file is emptied first.
+ *
+ * \param[in] lpszPath the path; its folder must exist
+ * \param[in] nSize    size in bytes, 1 or more
+ * \return true when every byte has been handed to the kernel, or false with ..._SPARSE_PARAMETER (no file is
+ *         touched), ..._SPARSE_OPEN, or ..._SPARSE_WRITE: a disk is full or a limit is reached, and what could be
+ *         written stays.
+ *
+ * Blocks while it writes, 4096 bytes at a time; allocates nothing that grows with the size.
+ *
+ * Surprising on purpose: despite the name the file has no holes, and takes its full size on the disk.
+ */
+SYSTEMAPI_EXPORT bool SystemApi_File_CreateSparseFileA(const char* lpszPath, long long nSize);
+/** As SystemApi_File_CreateSparseFileA, for a wide path. */
+SYSTEMAPI_EXPORT bool SystemApi_File_CreateSparseFileW(const wchar_t* lpszPath, long long nSize);
+
+/**
+ * Makes a folder and every missing folder above it.
+ *
+ * \param[in] lpszPath the folder, at most 1023 characters: a longer path ends the process (abort)
+ * \return true, also when something stands there already, or false with ..._CREATEFOLDER_PARAMETER or
+ *         ..._CREATEFOLDER_CREATE. Every other failure, an empty path's included, is a filesystem_error; folders
+ *         made before it stay.
+ *
+ * Surprising on purpose: an existing file counts as success and is left alone. One backslash at the end of the path
+ * is cut off; others are ordinary characters of a name.
+ */
+SYSTEMAPI_EXPORT bool SystemApi_File_CreateMutilFolderA(const char* lpszPath);
+/** As SystemApi_File_CreateMutilFolderA, for a wide path. */
+SYSTEMAPI_EXPORT bool SystemApi_File_CreateMutilFolderW(const wchar_t* lpszPath);
+
+/**
+ * Deletes a folder with everything below it, or only what it holds.
+ *
+ * \param[in] lpszPath      the folder
+ * \param[in] bDeleteFolder true: the folder goes too; false: it stays, empty
+ * \return true, also when nothing stands there, or false with ..._DELETEFOLDER_PARAMETER. Every other failure is a
+ *         filesystem_error; what was removed before it stays removed.
+ *
+ * Links are removed, never followed; but where lpszPath itself is a link to a folder, true removes the link alone,
+ * and false what the folder holds.
+ *
+ * Surprising on purpose: a path that names no folder, such as a file, is left alone, and that counts as success.
+ */
+SYSTEMAPI_EXPORT bool SystemApi_File_DeleteMutilFolderA(const char* lpszPath, bool bDeleteFolder);
+/** As SystemApi_File_DeleteMutilFolderA, for a wide path. */
+SYSTEMAPI_EXPORT bool SystemApi_File_DeleteMutilFolderW(const wchar_t* lpszPath, bool bDeleteFolder);
+
+/**
+ * Writes a buffer to a file, and makes the file's folder when it is missing. An existing file is emptied first.
+ *
+ * \param[in] lpszPath   the path; a bare name means the current folder
+ * \param[in] lpszBuffer the bytes; must not be null, also when there are none
+ * \param[in] nSize      number of bytes; 0 leaves an empty file. Not checked: a negative one is not allowed
+ * \return true when every byte has been handed to the kernel, or false with ..._SAVEBUFF_PARAMETER,
+ *         ..._SAVEBUFF_OPEN (also when the folder is an existing file), or the codes of folder creation, which also
+ *         raises filesystem_error.
+ *
+ * Blocks: a write that writes nothing, as on a full disk, is tried again until there is room.
+ *
+ * Surprising on purpose: after a success into a new folder the error code reads ..._GETATTR_STAT, for the folder
+ * that was looked for and was missing. The flag is false.
+ */
+SYSTEMAPI_EXPORT bool SystemApi_File_SaveBuffToFileA(const char* lpszPath, const char* lpszBuffer, int nSize);
+/** As SystemApi_File_SaveBuffToFileA, for a wide path. */
+SYSTEMAPI_EXPORT bool SystemApi_File_SaveBuffToFileW(const wchar_t* lpszPath, const char* lpszBuffer, int nSize);
+
+/**
+ * Copies a file, over an existing one too, and makes the destination's folder when it is missing.
+ *
+ * \param[in] lpszSource   the file to copy, not a folder
+ * \param[in] lpszDest     the path of the copy; a bare name means the current folder
+ * \param[in] bFailIfExist true: refuse when lpszDest exists, whether or not it may be read
+ * \return true, or false with ..._COPY_PARAMETER, ..._COPY_EXIST, ..._COPY_COPY, or the codes of folder creation.
+ *         Nearly every failure of the copying itself is a filesystem_error; part of a copy may then stand.
+ *
+ * Surprising on purpose: the error code after a success into a new folder is that of SystemApi_File_SaveBuffToFileA.
+ */
+SYSTEMAPI_EXPORT bool SystemApi_File_CopyFileA(const char* lpszSource, const char* lpszDest, bool bFailIfExist);
+/**
+ * As SystemApi_File_CopyFileA, for wide paths.
+ *
+ * Surprising on purpose: bFailIfExist looks at lpszSource, not at lpszDest, and so refuses every existing source.
+ */
+SYSTEMAPI_EXPORT bool SystemApi_File_CopyFileW(const wchar_t* lpszSource, const wchar_t* lpszDest, bool bFailIfExist);
+
+/**
+ * Lists what a folder or a whole tree holds, as a table of rows.
+ *
+ * \param[in]  lpszPath       a folder ("data" or "data/"), one star after its slash allowed; or a folder and a name with
+ *                            an extension ("data/a.txt", or *.txt after the slash): then of the folder's files
+ *                            those are listed whose extension begins with that one, in either case
+ * \param[out] pppszFileList  receives a table of *pInt_ListCount paths, each lpszPath's folder as written, a slash,
+ *                            and the way from there, in the order of the operating system; null when not wanted. Give
+ *                            it back with BaseLib_Memory_Free and the same count. Rows are of 1024 bytes, or all of
+ *                            them as long as the longest path needs
+ * \param[out] pInt_ListCount receives the number of rows; null when not wanted
+ * \param[in]  bRecursion     true: the whole tree, a folder before what it holds; false: the folder's own entries
+ * \param[in]  nFileType      1 files, 2 folders, 3 both; any other value takes nothing. What is no folder and no
+ *                            link to one is a file
+ * \return true, or false with ..._ENUMFILE_PARAMETER (path is null) or ..._ENUMFILE_NOTDIR, nothing written; or
+ *         ..._ENUMFILE_NOTFOUND, with a table of no rows and a count of 0 written. Every other failure is a
+ *         filesystem_error, nothing written.
+ *
+ * Folders that may not be read are passed over. Links to folders are listed as folders and not followed.
+ *
+ * Surprising on purpose:
+ * - A folder whose own name has an extension is a pattern ("data.d" lists files d* of the current folder); write
+ *   "data.d/".
+ * - In a tree, folders named "$RECYCLE.BIN" and "System Volume Information" are left out with all they hold; in a
+ *   folder's own entries they are not.
+ * - In a tree, files (not folders) come in the 8-bit form of the current locale (BaseLib_Charset_UnicodeToAnsi): the
+ *   same bytes, unless the locale has other ones for the name. A path that does not fit 1023 bytes is then an empty
+ *   row, and a file whose path is not UTF-8 raises (EILSEQ), whether or not its extension passes.
+ * - A path of 1024 bytes or more that ends in a star ends the process (abort).
+ */
+SYSTEMAPI_EXPORT bool SystemApi_File_EnumFileA(const char* lpszPath, char*** pppszFileList, int* pInt_ListCount,
+                                               bool bRecursion, int nFileType);
+/**
+ * As SystemApi_File_EnumFileA, for wide text; a row of 1024 bytes holds 255 characters.
+ *
+ * Surprising on purpose: a star at the end is an ordinary character, so that the path is most likely ..._NOTDIR. Every
+ * entry is the wide form of its native path: a name that is not UTF-8 raises (EILSEQ).
+ */
+SYSTEMAPI_EXPORT bool SystemApi_File_EnumFileW(const wchar_t* lpszPath, wchar_t*** pppszFileList, int* pInt_ListCount,
+                                               bool bRecursion, int nFileType);
+
 /* ===================================================================================================
  * Hardware: 0x040A2xxx
  * ================================================================================================= */

@@ -5,6 +5,7 @@
 #include <CLI/CLI.hpp>
 
 void AddReport(CLI::App& App);
+void AddFile(CLI::App& App);
 void AddHardware(CLI::App& App);
 void AddProcess(CLI::App& App);
 void AddSystem(CLI::App& App);

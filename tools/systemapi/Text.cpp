@@ -1,7 +1,5 @@
 #include "Text.h"
 
-#include "Terminal.h"
-
 #include <algorithm>
 #include <array>
 #include <cstdio>
@@ -117,9 +115,16 @@ int Share(unsigned long nPart, unsigned long nWhole)
 
 std::string Bar(int nPercent)
 {
-    constexpr int nCells = 24;
     constexpr int nMuch = 75;
     constexpr int nTooMuch = 90;
+    if (nPercent < nMuch)
+        return Bar(nPercent, STYLE::Good);
+    return Bar(nPercent, nPercent >= nTooMuch ? STYLE::Bad : STYLE::Warning);
+}
+
+std::string Bar(int nPercent, STYLE enStyle)
+{
+    constexpr int nCells = 24;
     const int nShare = std::clamp(nPercent, 0, 100);
     const int nFull = (nShare * nCells + 50) / 100;
     std::string Full;
@@ -131,9 +136,6 @@ std::string Bar(int nPercent)
         else
             Empty += Terminal().bUtf8 ? "░" : "-";
     }
-    STYLE enStyle = STYLE::Good;
-    if (nShare >= nMuch)
-        enStyle = nShare >= nTooMuch ? STYLE::Bad : STYLE::Warning;
     return "[" + Paint(enStyle, Full) + Paint(STYLE::Faint, Empty) + "] " + Pad(std::to_string(nShare), 3, true) +
            " %";
 }

@@ -1,6 +1,8 @@
 /// Pieces of output: texts made safe to show, amounts for people, bars, and aligned tables.
 #pragma once
 
+#include "Terminal.h"
+
 #include <Tolvane_BaseLib.h>
 
 #include <cstddef>
@@ -33,6 +35,8 @@ int Share(unsigned long nPart, unsigned long nWhole);
 /// A bar of a share between 0 and 100 per cent, and the number: "[#####-----] 50 %". High shares are coloured as
 /// a warning.
 std::string Bar(int nPercent);
+/// The same in one style.
+std::string Bar(int nPercent, STYLE enStyle);
 
 /// Columns are as wide as their widest cell; the last one is cut where a terminal's line ends.
 class CTable

@@ -15,6 +15,7 @@ int Run(int argc, char** argv)
     App.failure_message(CLI::FailureMessage::help);
     App.require_subcommand(1);
     AddReport(App);
+    AddFile(App);
     AddHardware(App);
     AddProcess(App);
     AddSystem(App);

@@ -1,0 +1,92 @@
+#include "NativePath.h"
+
+#include <algorithm>
+#include <cstdint>
+#include <system_error>
+
+namespace fs = std::filesystem;
+
+namespace
+{
+/// What the facility itself raises for such text.
+[[noreturn]] void RaiseConversionError(const fs::path& Path)
+{
+    throw fs::filesystem_error("Cannot convert character sequence", Path,
+                               std::make_error_code(std::errc::illegal_byte_sequence));
+}
+
+bool IsCharacter(std::uint32_t nCode) noexcept
+{
+    const bool bSurrogate = nCode >= 0xD800 && nCode <= 0xDFFF;
+    return nCode <= 0x10FFFF && !bSurrogate;
+}
+
+bool IsAsciiByte(char chByte) noexcept
+{
+    return static_cast<unsigned char>(chByte) < 0x80;
+}
+
+/// Takes one character outside ASCII off the text, which is not empty. False for a byte that begins none, a form
+/// cut short or longer than it need be, and a value that is no character.
+bool TakeCharacter(std::string_view& Text, std::uint32_t& nCode) noexcept
+{
+    constexpr std::uint32_t nLeast[] = {0, 0x80, 0x800, 0x10000}; // by the number of trail bytes
+
+    const std::uint32_t nLead = static_cast<unsigned char>(Text.front());
+    if (nLead < 0xC0 || nLead >= 0xF8)
+        return false;
+    const std::size_t nTrail = nLead >= 0xF0 ? 3 : nLead >= 0xE0 ? 2 : 1;
+    if (Text.size() <= nTrail)
+        return false;
+    nCode = nLead & (0x3FU >> nTrail);
+    for (const char chByte : Text.substr(1, nTrail))
+    {
+        const auto nByte = static_cast<unsigned char>(chByte);
+        if ((nByte & 0xC0U) != 0x80)
+            return false;
+        nCode = nCode << 6 | (nByte & 0x3FU);
+    }
+    Text.remove_prefix(1 + nTrail);
+    return nCode >= nLeast[nTrail] && IsCharacter(nCode);
+}
+} // namespace
+
+fs::path ToPath(std::wstring_view Path)
+{
+    // From wchar_t the path class converts no more than ASCII, from char32_t every character, to UTF-8 in every
+    // locale; but surrogates as well.
+    const std::u32string Codes(Path.begin(), Path.end());
+    if (!std::all_of(Codes.begin(), Codes.end(), IsCharacter))
+        RaiseConversionError({});
+    return Codes;
+}
+
+std::wstring ToWide(std::string_view Text)
+{
+    if (IsAscii(Text))
+        return {Text.begin(), Text.end()};
+    std::wstring Wide(Text.size(), L'\0'); // room enough: no character is shorter in UTF-8
+    auto pEnd = Wide.begin();
+    for (std::string_view Rest = Text;;)
+    {
+        const auto* const pRunEnd = std::find_if_not(Rest.begin(), Rest.end(), IsAsciiByte);
+        pEnd = std::copy(Rest.begin(), pRunEnd, pEnd);
+        Rest.remove_prefix(static_cast<std::size_t>(pRunEnd - Rest.begin()));
+        if (Rest.empty())
+            break;
+        std::uint32_t nCode = 0;
+        if (!TakeCharacter(Rest, nCode))
+            RaiseConversionError(Text);
+        *pEnd++ = static_cast<wchar_t>(nCode);
+    }
+    Wide.erase(pEnd, Wide.end());
+    return Wide;
+}
+
+bool IsAscii(std::string_view Text) noexcept
+{
+    unsigned nBits = 0; // all gathered and one test, which compilers turn into vector code
+    for (const char chByte : Text)
+        nBits |= static_cast<unsigned char>(chByte);
+    return nBits < 0x80U;
+}
