@@ -1,9 +1,7 @@
 #include "Fakes.h"
 
-#include <cstdlib>
 #include <fstream>
 #include <gtest/gtest.h>
-#include <iterator>
 #include <sys/mount.h>
 #include <sys/stat.h>
 #include <vector>
@@ -39,20 +37,13 @@ std::string ReadWhole(const std::string& Path)
     return {std::istreambuf_iterator<char>(File), {}};
 }
 
-namespace
-{
-std::vector<std::string>& FakedTargets()
-{
-    static std::vector<std::string> Targets;
-    return Targets;
-}
+static std::vector<std::string> FakedTargets;
 
-void Mount(const char* lpszSource, const char* lpszTarget, const char* lpszKind, unsigned long dwFlags)
+static void Mount(const char* lpszSource, const char* lpszTarget, const char* lpszKind, unsigned long dwFlags)
 {
     ASSERT_EQ(mount(lpszSource, lpszTarget, lpszKind, dwFlags, nullptr), 0) << lpszTarget;
-    FakedTargets().emplace_back(lpszTarget);
+    FakedTargets.emplace_back(lpszTarget);
 }
-} // namespace
 
 void FakeFile(const char* lpszTarget, std::string_view Text)
 {
@@ -69,27 +60,12 @@ void FakeFolder(const char* lpszTarget)
 
 void LiftFakes()
 {
-    for (auto& Targets = FakedTargets(); !Targets.empty(); Targets.pop_back())
-        umount2(Targets.back().c_str(), MNT_DETACH);
-}
-
-CFakeTools::CFakeTools() : m_OldPath(std::getenv("PATH"))
-{
-    setenv("PATH", (m_Folder.Path().string() + ":" + m_OldPath).c_str(), 1);
-}
-
-CFakeTools::~CFakeTools()
-{
-    setenv("PATH", m_OldPath.c_str(), 1);
+    for (; !FakedTargets.empty(); FakedTargets.pop_back())
+        umount2(FakedTargets.back().c_str(), MNT_DETACH);
 }
 
 void CFakeTools::Add(const std::string& Name, std::string_view Body) const
 {
     const std::string Tool = m_Folder.Write(Name, "#!/bin/sh\n" + std::string(Body) + "\n");
     ASSERT_EQ(chmod(Tool.c_str(), 0755), 0);
-}
-
-void CFakeTools::HideAllOthers() const
-{
-    setenv("PATH", m_Folder.Path().c_str(), 1);
 }

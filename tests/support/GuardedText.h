@@ -3,10 +3,8 @@
 
 #include <algorithm>
 #include <array>
-#include <cstddef>
 #include <gtest/gtest.h>
 #include <string>
-#include <string_view>
 
 /// A buffer of a fixed size, with characters behind it that nobody may touch: the end of its scope fails the test
 /// where somebody did.
@@ -14,20 +12,16 @@ template <typename Char, std::size_t nSize>
 class CGuardedText
 {
 public:
-    /// The text is what the caller left in the buffer.
-    explicit CGuardedText(std::basic_string_view<Char> Before = {})
+    explicit CGuardedText(std::basic_string_view<Char> Before = {}) // what the caller left in the buffer
     {
-        m_tszBuffer.fill(chGuard);
-        std::fill_n(m_tszBuffer.begin(), nSize, Char());
+        std::fill_n(m_tszBuffer.begin() + nSize, nGuard, chGuard);
         Before.copy(m_tszBuffer.data(), nSize - 1);
     }
     ~CGuardedText()
     {
-        for (std::size_t nAt = nSize; nAt < m_tszBuffer.size(); ++nAt)
-            EXPECT_EQ(m_tszBuffer[nAt], chGuard) << "overrun by " << nAt - nSize + 1;
+        EXPECT_EQ(std::count(m_tszBuffer.begin() + nSize, m_tszBuffer.end(), chGuard), nGuard) << "overrun";
     }
-    CGuardedText(const CGuardedText&) = delete;
-    CGuardedText& operator=(const CGuardedText&) = delete;
+    CGuardedText& operator=(CGuardedText&&) = delete;
 
     operator Char*() { return m_tszBuffer.data(); }
     [[nodiscard]] std::basic_string<Char> Text() const
@@ -39,5 +33,6 @@ public:
 
 private:
     static constexpr Char chGuard = 0x5A;
-    std::array<Char, nSize + 256> m_tszBuffer;
+    static constexpr int nGuard = 256;
+    std::array<Char, nSize + nGuard> m_tszBuffer = {};
 };

@@ -7,9 +7,6 @@
 #include <Tolvane_SystemApi.h>
 
 #include <algorithm>
-#include <cerrno>
-#include <chrono>
-#include <csignal>
 #include <gtest/gtest.h>
 #include <sys/wait.h>
 #include <thread>
@@ -34,15 +31,10 @@ public:
         }
         StandIns().Own.erase(Pid());
     }
-    COwnProcess(const COwnProcess&) = delete;
-    COwnProcess& operator=(const COwnProcess&) = delete;
+    COwnProcess& operator=(COwnProcess&&) = delete;
 
     [[nodiscard]] pid_t Pid() const { return static_cast<pid_t>(m_nPid); }
-    /// The path of an entry of the process in /proc.
-    [[nodiscard]] std::string Entry(const char* lpszName) const
-    {
-        return "/proc/" + std::to_string(Pid()) + "/" + lpszName;
-    }
+    std::string Entry(const char* lpszName) const { return "/proc/" + std::to_string(Pid()) + "/" + lpszName; }
 
 private:
     unsigned long m_nPid = 0;

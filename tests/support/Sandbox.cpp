@@ -2,9 +2,7 @@
 
 #include "Fakes.h"
 
-#include <cerrno>
-#include <cstdlib>
-#include <cstring>
+#include <cstdio>
 #include <fstream>
 #include <grp.h>
 #include <gtest/gtest.h>
@@ -14,20 +12,11 @@
 #include <sys/wait.h>
 #include <unistd.h>
 
-#if defined(__SANITIZE_ADDRESS__)
-#include <sanitizer/lsan_interface.h>
-#endif
+extern "C" int __lsan_do_recoverable_leak_check(); // the address sanitizer's
 
-namespace
-{
-enum ChildExit
-{
-    nPassed = 0,
-    nFailed = 1,
-    nRefused = 2
-};
+constexpr int nRefused = 2; ///< the child's exit status where there are no namespaces; else 0, or 1 for a failure
 
-bool EnterPrivateMounts()
+static bool EnterPrivateMounts()
 {
     const uid_t nUid = geteuid();
     const gid_t nGid = getegid();
@@ -42,61 +31,36 @@ bool EnterPrivateMounts()
     return mount(nullptr, "/", nullptr, MS_REC | MS_PRIVATE, nullptr) == 0;
 }
 
-[[noreturn]] void RunBody(const std::function<void()>& pfnBody, bool bPrivateMounts)
+/// An exception ends the child with its message and a signal, which is a failure too.
+[[noreturn]] static void RunBody(const std::function<void()>& pfnBody, bool bPrivateMounts) noexcept
 {
     if (bPrivateMounts && !EnterPrivateMounts())
     {
-        std::cout << "no private mount namespace: " << std::strerror(errno) << std::endl;
+        std::perror("no private mount namespace");
         _exit(nRefused);
     }
-    try
-    {
-        pfnBody();
-    }
-    catch (const std::exception& Error)
-    {
-        ADD_FAILURE() << "exception: " << Error.what();
-    }
+    pfnBody();
     LiftFakes();
 #if defined(__SANITIZE_ADDRESS__)
     prctl(PR_SET_DUMPABLE, 1); // lost with root, and the leak check needs it
     EXPECT_EQ(__lsan_do_recoverable_leak_check(), 0);
 #endif
     std::fflush(nullptr);
-    std::cout.flush();
-    _exit(testing::Test::HasFailure() ? nFailed : nPassed);
+    _exit(testing::Test::HasFailure() ? 1 : 0);
 }
 
-/// The way the child ended: one of ChildExit, or -1 where a signal ended it.
-int RunForked(const std::function<void()>& pfnBody, bool bPrivateMounts)
+void RunInChild(const std::function<void()>& pfnBody, bool bPrivateMounts)
 {
     std::fflush(nullptr);
-    std::cout.flush();
     const pid_t nPid = fork();
+    ASSERT_GE(nPid, 0);
     if (nPid == 0)
         RunBody(pfnBody, bPrivateMounts);
     int nStatus = 0;
-    if (nPid < 0 || waitpid(nPid, &nStatus, 0) != nPid || !WIFEXITED(nStatus))
-    {
-        ADD_FAILURE() << "the child process did not exit, status " << nStatus;
-        return -1;
-    }
-    return WEXITSTATUS(nStatus);
-}
-} // namespace
-
-void RunInChild(const std::function<void()>& pfnBody)
-{
-    EXPECT_EQ(RunForked(pfnBody, false), nPassed) << "see the failures above";
-}
-
-void RunSandboxed(const std::function<void()>& pfnBody)
-{
-    const int nExit = RunForked(pfnBody, true);
-    if (nExit == nRefused)
-        SkipBecause("this machine allows no private mount namespace");
-    else
-        EXPECT_EQ(nExit, nPassed) << "see the failures above";
+    EXPECT_EQ(waitpid(nPid, &nStatus, 0), nPid);
+    if (bPrivateMounts && WIFEXITED(nStatus) && WEXITSTATUS(nStatus) == nRefused)
+        return SkipBecause("this machine allows no private mount namespace");
+    EXPECT_EQ(nStatus, 0) << "the child process failed: see above";
 }
 
 void SkipBecause(const char* lpszWhy)
@@ -123,9 +87,4 @@ CNoDescriptors::CNoDescriptors(unsigned nLeft)
     getrlimit(RLIMIT_NOFILE, &m_st_Before);
     const rlimit st_Limit = {static_cast<rlim_t>(nFree) + nLeft, m_st_Before.rlim_max};
     EXPECT_EQ(setrlimit(RLIMIT_NOFILE, &st_Limit), 0);
-}
-
-CNoDescriptors::~CNoDescriptors()
-{
-    setrlimit(RLIMIT_NOFILE, &m_st_Before);
 }

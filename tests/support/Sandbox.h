@@ -6,15 +6,17 @@
 
 /// Runs the body in a child process and takes over its failures, leaks included. For what cannot be undone:
 /// giving up root, limits, signal dispositions.
-void RunInChild(const std::function<void()>& pfnBody);
+void RunInChild(const std::function<void()>& pfnBody, bool bPrivateMounts = false);
 
-/// As RunInChild, in a mount namespace of the child's own, so that kernel files can be replaced (CFakeFile)
+/// As RunInChild, in a mount namespace of the child's own, so that kernel files can be replaced (FakeFile)
 /// without the machine noticing. Skips the test, with the reason, where the machine allows no namespace; with
 /// SYSTEMAPI_TESTS_FORBID_SKIP in the environment that is a failure. An ordinary user looks like root inside.
-void RunSandboxed(const std::function<void()>& pfnBody);
+inline void RunSandboxed(const std::function<void()>& pfnBody)
+{
+    RunInChild(pfnBody, true);
+}
 
-/// Skips the running test, or fails it where skips are forbidden.
-void SkipBecause(const char* lpszWhy);
+void SkipBecause(const char* lpszWhy); ///< skips the running test, or fails it where skips are forbidden
 
 /// Becomes an ordinary user for good; nothing to do for one. In a child process only, not in a sandbox.
 void GiveUpRoot();
@@ -24,9 +26,8 @@ class CNoDescriptors
 {
 public:
     explicit CNoDescriptors(unsigned nLeft = 0);
-    ~CNoDescriptors();
-    CNoDescriptors(const CNoDescriptors&) = delete;
-    CNoDescriptors& operator=(const CNoDescriptors&) = delete;
+    ~CNoDescriptors() { setrlimit(RLIMIT_NOFILE, &m_st_Before); }
+    CNoDescriptors& operator=(CNoDescriptors&&) = delete;
 
 private:
     rlimit m_st_Before = {};

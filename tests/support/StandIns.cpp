@@ -12,82 +12,65 @@ STAND_INS& StandIns()
     return st_StandIns;
 }
 
-namespace
-{
-template <typename Function>
-Function* RealCall(const char* lpszName)
-{
-    return reinterpret_cast<Function*>(dlsym(RTLD_NEXT, lpszName));
-}
-
-int Refuse(const char* lpszCall)
+static int Refuse(const char* lpszCall)
 {
     ADD_FAILURE() << lpszCall << " was about to be called for real";
     errno = EPERM;
     return -1;
 }
-} // namespace
 
 #pragma GCC diagnostic ignored "-Wredundant-decls"
+
+#define REAL(Call) reinterpret_cast<decltype(&Call)>(dlsym(RTLD_NEXT, #Call))
+
+/// Defines a call: what the stand-in answers, or without one what follows.
+#define ANSWER(Result, Call, Parameters, StandIn, Arguments, Otherwise)                                              \
+    Result Call Parameters                                                                                           \
+    {                                                                                                                \
+        return StandIns().StandIn ? StandIns().StandIn Arguments : Otherwise;                                        \
+    }
+/// The same for a call that is passed on as it is.
+#define PASS_ON(Result, Call, Parameters, StandIn, Arguments)                                                        \
+    ANSWER(Result, Call, Parameters, StandIn, Arguments, REAL(Call) Arguments)
 
 extern "C"
 {
 long __sysconf(int nName) noexcept; // the C library's own name for sysconf
 
-int reboot(int nCommand) noexcept
-{
-    return StandIns().Reboot ? StandIns().Reboot(nCommand) : Refuse("reboot");
-}
+ANSWER(int, reboot, (int nCommand) noexcept, Reboot, (nCommand), Refuse("reboot"))
+ANSWER(int, system, (const char* lpszCmd), System, (lpszCmd), Refuse("system"))
+ANSWER(int, kill, (pid_t nPid, int nSignal) noexcept, Kill, (nPid, nSignal),
+       nPid > 1 && StandIns().Own.count(nPid) > 0 ? REAL(kill)(nPid, nSignal) : Refuse("kill"))
+ANSWER(int, getpriority, (__priority_which_t enWhich, id_t nId) noexcept, GetPriority, (nId),
+       REAL(getpriority)(enWhich, nId))
+ANSWER(int, setpriority, (__priority_which_t enWhich, id_t nId, int nPriority) noexcept, SetPriority,
+       (nId, nPriority), REAL(setpriority)(enWhich, nId, nPriority))
 
-int system(const char* lpszCmd)
-{
-    return StandIns().System ? StandIns().System(lpszCmd) : Refuse("system");
-}
-
-int kill(pid_t nPid, int nSignal) noexcept
-{
-    if (StandIns().Kill)
-        return StandIns().Kill(nPid, nSignal);
-    return nPid > 1 && StandIns().Own.count(nPid) > 0 ? RealCall<int(pid_t, int)>("kill")(nPid, nSignal)
-                                                      : Refuse("kill");
-}
+PASS_ON(pid_t, fork, () noexcept, Fork, ())
+PASS_ON(int, sigaction, (int nSignal, const struct sigaction* pSt_New, struct sigaction* pSt_Old) noexcept, SigAction,
+        (nSignal, pSt_New, pSt_Old))
+PASS_ON(int, sigprocmask, (int nHow, const sigset_t* pNew, sigset_t* pOld) noexcept, SigProcMask, (nHow, pNew, pOld))
+PASS_ON(unsigned, sleep, (unsigned nSeconds), Sleep, (nSeconds))
+PASS_ON(int, get_nprocs, () noexcept, GetNProcs, ())
+PASS_ON(int, uname, (utsname * pSt_Name) noexcept, Uname, (pSt_Name))
+PASS_ON(int, sysinfo, (struct sysinfo * pSt_Info) noexcept, SysInfo, (pSt_Info))
+PASS_ON(int, statfs, (const char* lpszPath, struct statfs* pSt_Fs) noexcept, StatFs, (lpszPath, pSt_Fs))
+PASS_ON(int, sched_getaffinity, (pid_t nPid, std::size_t nSize, cpu_set_t* pSt_Set) noexcept, GetAffinity,
+        (nPid, nSize, pSt_Set))
+PASS_ON(int, sched_setaffinity, (pid_t nPid, std::size_t nSize, const cpu_set_t* pSt_Set) noexcept, SetAffinity,
+        (nPid, nSize, pSt_Set))
 
 FILE* popen(const char* lpszCmd, const char* lpszMode)
 {
     if (!StandIns().Popen || StandIns().Popen(lpszCmd))
-        return RealCall<FILE*(const char*, const char*)>("popen")(lpszCmd, lpszMode);
+        return REAL(popen)(lpszCmd, lpszMode);
     errno = EMFILE;
     return nullptr;
 }
 
-pid_t fork() noexcept
-{
-    return StandIns().Fork ? StandIns().Fork() : RealCall<pid_t()>("fork")();
-}
-
-int sigaction(int nSignal, const struct sigaction* pSt_New, struct sigaction* pSt_Old) noexcept
-{
-    return StandIns().SigAction ? StandIns().SigAction(nSignal, pSt_New, pSt_Old)
-                                : RealCall<int(int, const struct sigaction*, struct sigaction*)>("sigaction")(
-                                      nSignal, pSt_New, pSt_Old);
-}
-
-int sigprocmask(int nHow, const sigset_t* pNew, sigset_t* pOld) noexcept
-{
-    return StandIns().SigProcMask ? StandIns().SigProcMask(nHow, pNew, pOld)
-                                  : RealCall<int(int, const sigset_t*, sigset_t*)>("sigprocmask")(nHow, pNew, pOld);
-}
-
-unsigned sleep(unsigned nSeconds)
-{
-    return StandIns().Sleep ? StandIns().Sleep(nSeconds) : RealCall<unsigned(unsigned)>("sleep")(nSeconds);
-}
-
 std::time_t time(std::time_t* pTime) noexcept
 {
-    if (!StandIns().Time)
-        return RealCall<std::time_t(std::time_t*)>("time")(pTime);
-    const std::time_t nTime = StandIns().Time();
+    const std::time_t nTime = StandIns().Time ? StandIns().Time() : REAL(time)(nullptr);
     if (pTime)
         *pTime = nTime;
     return nTime;
@@ -98,53 +81,5 @@ long sysconf(int nName) noexcept
     // A sanitizer asks for other values before anything can be looked up.
     return nName == _SC_NPROCESSORS_ONLN && StandIns().ProcessorsOnline ? StandIns().ProcessorsOnline()
                                                                         : __sysconf(nName);
-}
-
-int get_nprocs() noexcept
-{
-    return StandIns().GetNProcs ? StandIns().GetNProcs() : RealCall<int()>("get_nprocs")();
-}
-
-int uname(utsname* pSt_Name) noexcept
-{
-    return StandIns().Uname ? StandIns().Uname(pSt_Name) : RealCall<int(utsname*)>("uname")(pSt_Name);
-}
-
-int sysinfo(struct sysinfo* pSt_Info) noexcept
-{
-    return StandIns().SysInfo ? StandIns().SysInfo(pSt_Info) : RealCall<int(struct sysinfo*)>("sysinfo")(pSt_Info);
-}
-
-int statfs(const char* lpszPath, struct statfs* pSt_Fs) noexcept
-{
-    return StandIns().StatFs ? StandIns().StatFs(lpszPath, pSt_Fs)
-                             : RealCall<int(const char*, struct statfs*)>("statfs")(lpszPath, pSt_Fs);
-}
-
-int getpriority(__priority_which_t enWhich, id_t nId) noexcept
-{
-    return StandIns().GetPriority ? StandIns().GetPriority(nId)
-                                  : RealCall<int(__priority_which_t, id_t)>("getpriority")(enWhich, nId);
-}
-
-int setpriority(__priority_which_t enWhich, id_t nId, int nPriority) noexcept
-{
-    return StandIns().SetPriority
-               ? StandIns().SetPriority(nId, nPriority)
-               : RealCall<int(__priority_which_t, id_t, int)>("setpriority")(enWhich, nId, nPriority);
-}
-
-int sched_getaffinity(pid_t nPid, std::size_t nSize, cpu_set_t* pSt_Set) noexcept
-{
-    return StandIns().GetAffinity
-               ? StandIns().GetAffinity(nPid, nSize, pSt_Set)
-               : RealCall<int(pid_t, std::size_t, cpu_set_t*)>("sched_getaffinity")(nPid, nSize, pSt_Set);
-}
-
-int sched_setaffinity(pid_t nPid, std::size_t nSize, const cpu_set_t* pSt_Set) noexcept
-{
-    return StandIns().SetAffinity
-               ? StandIns().SetAffinity(nPid, nSize, pSt_Set)
-               : RealCall<int(pid_t, std::size_t, const cpu_set_t*)>("sched_setaffinity")(nPid, nSize, pSt_Set);
 }
 }

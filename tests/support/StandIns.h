@@ -9,7 +9,6 @@
 #include <set>
 #include <sys/resource.h>
 #include <sys/sysinfo.h>
-#include <sys/types.h>
 #include <sys/utsname.h>
 #include <sys/vfs.h>
 
@@ -20,9 +19,8 @@ struct STAND_INS
     // Dangerous: without a stand-in the call fails the test, with EPERM.
     std::function<int(int)> Reboot;
     std::function<int(const char*)> System;
-    // Dangerous as well, save for the processes that the test itself started and entered in Own.
     std::function<int(pid_t, int)> Kill;
-    std::set<pid_t> Own;
+    std::set<pid_t> Own; // the processes that the test itself started: these may be signalled for real
     // For real without a stand-in.
     std::function<bool(const char*)> Popen; // sees each command; false refuses it with EMFILE
     std::function<pid_t()> Fork;

@@ -1,11 +1,13 @@
 #include "Commands.h"
 #include "Failure.h"
 #include "Progress.h"
+#include "Report.h"
 #include "Terminal.h"
 #include "Text.h"
 
 #include <Tolvane_SystemApi.h>
 
+#include <array>
 #include <cstdint>
 #include <cstdio>
 #include <filesystem>
@@ -47,32 +49,26 @@ void RefuseLong(const std::string& Path)
         throw std::runtime_error(Path + ": longer than 1023 bytes");
 }
 
-std::string DateAndTime(long long nTime)
+std::string LocalTime(long long nTime)
 {
     TOLVANE_LIBTIME st_Time = {};
-    if (!BaseLib_Time_TTimeToStuTime(nTime, &st_Time))
-        return std::to_string(nTime) + " s";
-    char tszTime[80] = {};
-    std::snprintf(tszTime, sizeof(tszTime), "%04d-%02d-%02d %02d:%02d:%02d", st_Time.nYear, st_Time.nMonth,
-                  st_Time.nDay, st_Time.nHour, st_Time.nMinute, st_Time.nSecond);
-    return tszTime;
+    return BaseLib_Time_TTimeToStuTime(nTime, &st_Time) ? DateAndTime(st_Time) : std::string();
 }
 
-void ShowAttr(const std::string& Path)
+void ShowAttr(CReport& Output, const std::string& Path)
 {
     SYSTEMAPI_FILE_ATTR st_Attr = {};
     Require(
         "GETATTR", [&] { return SystemApi_File_GetFileAttrA(Path.c_str(), &st_Attr); }, Path);
-    const auto YesNo = [](bool bYes) {
-        return bYes ? "yes\n" : "no\n";
-    };
-    std::cout << Paint(STYLE::Title, Harmless(Path)) << '\n'
-              << "  Kind      " << (st_Attr.bIsFile ? "file\n" : "folder\n") << "  Size      " << st_Attr.nFileSize
-              << " bytes, " << HumanSize(static_cast<unsigned long long>(st_Attr.nFileSize)) << '\n'
-              << "  Changed   " << DateAndTime(st_Attr.nCreateTime) << '\n'
-              << "  Accessed  " << DateAndTime(st_Attr.nAccessTime) << '\n'
-              << "  Modified  " << DateAndTime(st_Attr.nWriteTime) << '\n'
-              << "  Hidden    " << YesNo(st_Attr.bIsHidden) << "  Readable  " << YesNo(st_Attr.bIsRead);
+    const auto nSize = static_cast<unsigned long long>(st_Attr.nFileSize);
+    Output.Section(Harmless(Path));
+    Output.Line("Kind", st_Attr.bIsFile ? "file" : "folder");
+    Output.Line("Size", std::to_string(nSize) + " bytes, " + HumanSize(nSize));
+    Output.Line("Changed", LocalTime(st_Attr.nCreateTime));
+    Output.Line("Accessed", LocalTime(st_Attr.nAccessTime));
+    Output.Line("Modified", LocalTime(st_Attr.nWriteTime));
+    Output.Line("Hidden", st_Attr.bIsHidden ? "yes" : "no");
+    Output.Line("Readable", st_Attr.bIsRead ? "yes" : "no");
 }
 
 void Zero(const std::string& Path, std::uint64_t nSize)
@@ -87,14 +83,14 @@ void SaveStandardInput(const std::string& Path)
 {
     constexpr std::size_t nMost = std::numeric_limits<int>::max();
     std::string Bytes;
-    char tszPiece[65536];
-    for (std::size_t nRead = 0; (nRead = std::fread(tszPiece, 1, sizeof(tszPiece), stdin)) > 0;)
+    std::array<char, 65536> tszPiece; // filled before it is read
+    for (std::size_t nRead = 0; (nRead = std::fread(tszPiece.data(), 1, tszPiece.size(), stdin)) > 0;)
     {
         if (nRead > nMost - Bytes.size())
             throw std::runtime_error("standard input: more than 2147483647 bytes, which one save takes");
-        Bytes.append(tszPiece, nRead);
+        Bytes.append(tszPiece.data(), nRead);
     }
-    if (std::ferror(stdin))
+    if (std::ferror(stdin) != 0)
         throw std::runtime_error("standard input: " + std::generic_category().message(errno));
     const CProgress m_Progress(Path, Bytes.size());
     const int nSize = static_cast<int>(Bytes.size());
@@ -130,8 +126,12 @@ void List(const std::string& Path, bool bRecursion, int nFileType, bool bNull)
         std::cout << (bHarmless ? Harmless(ppszList[nRow]) : ppszList[nRow]) << (bNull ? '\0' : '\n');
 }
 
-/// What the subcommands take from the command line.
-struct FILE_ARGUMENTS
+/* ---------------------------------------------------------------------------------------------------
+ * Subcommands
+ * ------------------------------------------------------------------------------------------------- */
+
+/// What they take from the command line.
+struct OPTIONS
 {
     std::vector<std::string> Paths;
     std::string Path = ".";
@@ -143,62 +143,81 @@ struct FILE_ARGUMENTS
     bool bRecursion = false;
     bool bNull = false;
 };
-} // namespace
+using Options = std::shared_ptr<OPTIONS>;
 
-void AddFile(CLI::App& App)
+void AddPaths(CLI::App& File, const Options& pOptions)
 {
-    CLI::App* pFile = App.add_subcommand("file", "Work on files and folders");
-    pFile->require_subcommand(1);
-    const auto Args = std::make_shared<FILE_ARGUMENTS>();
+    CLI::App* const pAttr = File.add_subcommand("attr", "Show kind, size, times and flags");
+    pAttr->add_option("PATH", pOptions->Paths)->required();
+    pAttr->callback([pOptions] {
+        CReport Output(true);
+        ForEach(pOptions->Paths, [&Output](const std::string& Path) { ShowAttr(Output, Path); });
+    });
 
-    CLI::App* pAttr = pFile->add_subcommand("attr", "Show kind, size, times and flags");
-    pAttr->add_option("path", Args->Paths)->required();
-    pAttr->callback([Args] { ForEach(Args->Paths, ShowAttr); });
-
-    CLI::App* pZero = pFile->add_subcommand("zero", "Make a file of zero bytes, every one of them on the disk");
-    pZero->add_option("path", Args->Path)->required();
-    pZero->add_option("size", Args->nSize, "Bytes; K, M, G and so on are powers of 1024")
-        ->required()
-        ->transform(CLI::AsSizeValue(false));
-    pZero->callback([Args] { Zero(Args->Path, Args->nSize); });
-
-    CLI::App* pMkdir = pFile->add_subcommand("mkdir", "Make folders, with every missing folder above them");
-    pMkdir->add_option("path", Args->Paths)->required();
-    pMkdir->callback([Args] {
-        ForEach(Args->Paths, [](const std::string& Path) {
+    CLI::App* const pMkdir = File.add_subcommand("mkdir", "Make folders, with every missing folder above them");
+    pMkdir->add_option("PATH", pOptions->Paths)->required();
+    pMkdir->callback([pOptions] {
+        ForEach(pOptions->Paths, [](const std::string& Path) {
             RefuseLong(Path);
             Require(
                 "CREATEFOLDER", [&] { return SystemApi_File_CreateMutilFolderA(Path.c_str()); }, Path);
         });
     });
 
-    CLI::App* pRm = pFile->add_subcommand("rm", "Delete folders with all they hold; files are left alone");
-    pRm->add_option("path", Args->Paths)->required();
-    pRm->add_flag("--contents,-c", Args->bContents, "Empty the folders and keep them");
-    pRm->callback([Args] {
-        ForEach(Args->Paths, [bWhole = !Args->bContents](const std::string& Path) {
+    CLI::App* const pRm = File.add_subcommand("rm", "Delete folders with all they hold");
+    pRm->add_option("PATH", pOptions->Paths)->required();
+    pRm->add_flag("--contents,-c", pOptions->bContents, "Empty the folders, and keep them");
+    pRm->footer("A file is left alone, and that is no failure.");
+    pRm->callback([pOptions] {
+        ForEach(pOptions->Paths, [bWhole = !pOptions->bContents](const std::string& Path) {
             Require(
                 "DELETEFOLDER", [&] { return SystemApi_File_DeleteMutilFolderA(Path.c_str(), bWhole); }, Path);
         });
     });
+}
 
-    CLI::App* pSave = pFile->add_subcommand("save", "Save standard input to a file, and make its folder");
-    pSave->add_option("path", Args->Path)->required();
-    pSave->callback([Args] { SaveStandardInput(Args->Path); });
+void AddWriters(CLI::App& File, const Options& pOptions)
+{
+    CLI::App* const pZero = File.add_subcommand("zero", "Make a file of zero bytes, every one of them written");
+    pZero->add_option("PATH", pOptions->Path)->required();
+    pZero->add_option("SIZE", pOptions->nSize, "In bytes: 4096, 4K, 10M, 2G")
+        ->required()
+        ->transform(CLI::AsSizeValue(false));
+    pZero->callback([pOptions] { Zero(pOptions->Path, pOptions->nSize); });
 
-    CLI::App* pCp = pFile->add_subcommand("cp", "Copy a file, and make the folder of the copy");
-    pCp->add_option("source", Args->Path)->required();
-    pCp->add_option("dest", Args->Dest)->required();
-    pCp->add_flag("--no-clobber,-n", Args->bNoClobber, "Fail when dest exists");
-    pCp->callback([Args] { Copy(Args->Path, Args->Dest, Args->bNoClobber); });
+    CLI::App* const pSave = File.add_subcommand("save", "Save standard input to a file, and make its folder");
+    pSave->add_option("PATH", pOptions->Path)->required();
+    pSave->footer("On a full disk the save goes on when there is room.");
+    pSave->callback([pOptions] { SaveStandardInput(pOptions->Path); });
 
-    CLI::App* pLs = pFile->add_subcommand("ls", "List a folder, one path a line");
-    pLs->add_option("path", Args->Path, "A folder, or a pattern: 'data/*.txt' lists files txt* of data")
+    CLI::App* const pCopy = File.add_subcommand("cp", "Copy a file, and make the folder of the copy");
+    pCopy->add_option("SOURCE", pOptions->Path)->required();
+    pCopy->add_option("DEST", pOptions->Dest, "The path of the copy, not its folder")->required();
+    pCopy->add_flag("--no-clobber,-n", pOptions->bNoClobber, "Fail when DEST exists");
+    pCopy->callback([pOptions] { Copy(pOptions->Path, pOptions->Dest, pOptions->bNoClobber); });
+}
+
+void AddList(CLI::App& File, const Options& pOptions)
+{
+    CLI::App* const pList = File.add_subcommand("ls", "List what a folder holds, one path a line");
+    pList->add_option("PATH", pOptions->Path, "A folder, or a pattern: 'data/*.txt' takes the files txt* of data")
         ->capture_default_str();
-    pLs->add_flag("--recursive,-r", Args->bRecursion, "The whole tree");
-    pLs->add_option("--type,-t", Args->nFileType, "files, folders or both")
+    pList->add_flag("--recursive,-r", pOptions->bRecursion, "The whole tree");
+    pList->add_option("--type,-t", pOptions->nFileType, "files, folders or both")
         ->transform(CLI::CheckedTransformer(
             std::vector<std::pair<std::string, int>>{{"files", 1}, {"folders", 2}, {"both", 3}}));
-    pLs->add_flag("--null,-0", Args->bNull, "End each path with a null character");
-    pLs->callback([Args] { List(Args->Path, Args->bRecursion, Args->nFileType, Args->bNull); });
+    pList->add_flag("--null,-0", pOptions->bNull, "End each path with a null character, not with a line end");
+    pList->footer("Finding nothing is a failure.");
+    pList->callback([pOptions] { List(pOptions->Path, pOptions->bRecursion, pOptions->nFileType, pOptions->bNull); });
+}
+} // namespace
+
+void AddFile(CLI::App& App)
+{
+    CLI::App* const pFile = App.add_subcommand("file", "Work on files and folders");
+    pFile->require_subcommand(1);
+    const auto pOptions = std::make_shared<OPTIONS>();
+    AddPaths(*pFile, pOptions);
+    AddWriters(*pFile, pOptions);
+    AddList(*pFile, pOptions);
 }

@@ -9,7 +9,7 @@
 #include <system_error>
 #include <unistd.h>
 
-CProgress::CProgress(std::string File, unsigned long long nWhole) : m_File(std::move(File)), m_nWhole(nWhole)
+CProgress::CProgress(std::string File, unsigned long nWhole) : m_File(std::move(File)), m_nWhole(nWhole)
 {
     if (nWhole > 0 && isatty(STDERR_FILENO) == 1)
         m_Watcher = std::thread(&CProgress::Watch, this);
@@ -37,9 +37,8 @@ void CProgress::Watch()
     {
         std::error_code Ignored; // where the file cannot be seen there is nothing to show
         const auto nSize = std::filesystem::file_size(m_File, Ignored);
-        const auto nDone = Ignored ? 0 : std::min<unsigned long long>(nSize, m_nWhole);
-        const double fShare = static_cast<double>(nDone) / static_cast<double>(m_nWhole);
-        std::cerr << '\r' << Bar(static_cast<int>(fShare * 100), STYLE::Good) << "  " << HumanSize(nDone) << " of "
+        const auto nDone = Ignored ? 0 : std::min<unsigned long>(nSize, m_nWhole);
+        std::cerr << '\r' << Bar(Share(nDone, m_nWhole), STYLE::Good) << "  " << HumanSize(nDone) << " of "
                   << HumanSize(m_nWhole) << "\x1b[K" << std::flush;
         bShown = true;
     }

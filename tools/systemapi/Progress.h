@@ -11,7 +11,7 @@
 class CProgress
 {
 public:
-    CProgress(std::string File, unsigned long long nWhole);
+    CProgress(std::string File, unsigned long nWhole);
     ~CProgress();
     CProgress(const CProgress&) = delete;
     CProgress& operator=(const CProgress&) = delete;
@@ -20,7 +20,7 @@ private:
     void Watch();
 
     std::string m_File;
-    unsigned long long m_nWhole;
+    unsigned long m_nWhole;
     std::mutex m_Lock;
     std::condition_variable m_Ended;
     bool m_bEnded = false;

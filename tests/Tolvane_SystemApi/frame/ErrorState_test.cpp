@@ -67,38 +67,34 @@ TEST(ErrorState, ErrnoIsTheCallingThreadsAtTheMomentOfTheCall)
 TEST(ErrorState, CFunctionAndMemberAgree)
 {
     // One failure of each area: result, error state and errno, which a refused argument leaves alone.
-    using Call = bool();
     const struct
     {
-        const char* lpszArea;
         unsigned long dwErrorCode;
-        Call* pfnFunction;
-        Call* pfnMember;
+        bool (*pfnFunction)();
+        bool (*pfnMember)();
     } st_Rows[] = {
-        {"hardware", ERROR_SYSTEMAPI_HARDWARE_GETCPUINFO_PARAMETER,
-         [] { return SystemApi_HardWare_GetCpuInfomation(nullptr); },
+        {ERROR_SYSTEMAPI_HARDWARE_GETCPUINFO_PARAMETER, [] { return SystemApi_HardWare_GetCpuInfomation(nullptr); },
          [] {
              return m_Hardware.SystemApi_HardWare_GetCpuInfomation(nullptr);
          }},
-        {"process", ERROR_SYSTEMAPI_PROCESS_READCMD_PARAMETER,
+        {ERROR_SYSTEMAPI_PROCESS_READCMD_PARAMETER,
          [] { return SystemApi_Process_ReadCmdReturn(nullptr, nullptr, 0, 0, nullptr); },
          [] {
              return m_ProcessSdk.SystemApi_Process_ReadCmdReturn(nullptr, nullptr, 0, 0, nullptr);
          }},
-        {"system", ERROR_SYSTEMAPI_SYSTEM_GETMEMORYUSAGE_PARAMETER,
-         [] { return SystemApi_System_GetMemoryUsage(nullptr, 1); },
+        {ERROR_SYSTEMAPI_SYSTEM_GETMEMORYUSAGE_PARAMETER, [] { return SystemApi_System_GetMemoryUsage(nullptr, 1); },
          [] {
              return m_SystemSdk.SystemApi_System_GetMemoryUsage(nullptr, 1);
          }},
     };
     for (const auto& st_Row : st_Rows)
-        for (Call* const pfnCall : {st_Row.pfnFunction, st_Row.pfnMember})
+        for (const auto pfnCall : {st_Row.pfnFunction, st_Row.pfnMember})
         {
             SystemApi_IsErrorOccur = false;
             SystemApi_dwErrorCode = 0;
             errno = EXDEV;
-            EXPECT_FALSE(pfnCall()) << st_Row.lpszArea;
-            EXPECT_EQ(StateNow(), (STATE{true, st_Row.dwErrorCode, EXDEV})) << st_Row.lpszArea;
+            EXPECT_FALSE(pfnCall());
+            EXPECT_EQ(StateNow(), (STATE{true, st_Row.dwErrorCode, EXDEV}));
         }
 }
 } // namespace
