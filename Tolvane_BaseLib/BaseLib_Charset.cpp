@@ -144,7 +144,7 @@ bool BaseLib_Charset_UnicodeToUTF(const wchar_t* lpszSource, char* ptszDest, int
         return false;
     *ptszDest = '\0';
     CForm Form;
-    return lpszSource && ToUtf8(lpszSource, Form) && Form.Deliver(ptszDest, pInt_Len);
+    return lpszSource != nullptr && ToUtf8(lpszSource, Form) && Form.Deliver(ptszDest, pInt_Len);
 }
 
 bool BaseLib_Charset_UnicodeToAnsi(const wchar_t* lpszSource, char* ptszDest, int* pInt_Len, const char*)

@@ -324,7 +324,7 @@ namespace
 bool ParseStartTime(const char* lpszText, std::tm& st_Time)
 {
     const LocaleHandle m_English(newlocale(LC_ALL_MASK, "C", nullptr));
-    return m_English && strptime_l(lpszText, "%a %b %d %H:%M:%S %Y", &st_Time, m_English.get());
+    return m_English && strptime_l(lpszText, "%a %b %d %H:%M:%S %Y", &st_Time, m_English.get()) != nullptr;
 }
 } // namespace
 
