@@ -2,6 +2,7 @@
 
 #include <algorithm>
 #include <cstdint>
+#include <cstring>
 #include <system_error>
 
 namespace fs = std::filesystem;
@@ -85,8 +86,13 @@ std::wstring ToWide(std::string_view Text)
 
 bool IsAscii(std::string_view Text) noexcept
 {
-    unsigned nBits = 0; // all gathered and one test, which compilers turn into vector code
+    std::uint64_t nBits = 0; // all gathered and one test
+    for (std::uint64_t nWord = 0; Text.size() >= sizeof(nWord); Text.remove_prefix(sizeof(nWord)))
+    {
+        std::memcpy(&nWord, Text.data(), sizeof(nWord));
+        nBits |= nWord;
+    }
     for (const char chByte : Text)
         nBits |= static_cast<unsigned char>(chByte);
-    return nBits < 0x80U;
+    return (nBits & 0x8080808080808080U) == 0;
 }
