@@ -34,7 +34,7 @@ ROW_BLOCK& BlockOf(void** ppTable) noexcept
 /// True under the tools that see where a heap block ends, but not where a row inside a larger block does.
 bool IsHeapWatched() noexcept
 {
-    return __asan_init || _vgnU_freeres;
+    return __asan_init != nullptr || _vgnU_freeres != nullptr;
 }
 
 /// Each row a heap block. False where one cannot be had: the table then ends before it.
@@ -58,6 +58,11 @@ constexpr std::size_t RoundUp(std::size_t nNumber, std::size_t nUnit) noexcept
 /// small ones cost more than the writing of the rows.
 bool MakeBlock(void** ppTable, std::size_t nCount, std::size_t nRowSize) noexcept
 {
+    if (nCount > PTRDIFF_MAX / nRowSize)
+    {
+        errno = ENOMEM;
+        return false;
+    }
     const std::size_t nSize = RoundUp(nCount * nRowSize, nHugePage);
     void* const pMemory =
         mmap(nullptr, nSize + nHugePage, PROT_READ | PROT_WRITE, MAP_PRIVATE | MAP_ANONYMOUS, -1, 0);
@@ -109,7 +114,7 @@ bool BaseLib_Memory_Malloc(void* pppTable, long long nRows, int nRowSize)
 
     // A row of no bytes has a place of its own as well. All rows are aligned as the heap aligns.
     const std::size_t nSize = RoundUp(static_cast<std::size_t>(std::max(nRowSize, 1)), alignof(std::max_align_t));
-    const bool bBlock = nCount >= nLarge / nSize && nCount <= PTRDIFF_MAX / nSize && !IsHeapWatched();
+    const bool bBlock = nCount >= nLarge / nSize && !IsHeapWatched();
     if (!(bBlock ? MakeBlock(ppTable, nCount, nSize) : MakeRows(ppTable, nCount, std::max(nRowSize, 1))))
     {
         Release(ppTable);
