@@ -1,7 +1,6 @@
 #include "FolderWalk.h"
 
 #include <cerrno>
-#include <cstring>
 #include <dirent.h>
 #include <fcntl.h>
 #include <sys/stat.h>
@@ -17,11 +16,6 @@ constexpr std::size_t nReadSize = 32768;
 std::error_code Code(int nError) noexcept
 {
     return {nError, std::generic_category()};
-}
-
-bool IsSelfOrParent(const char* lpszName) noexcept
-{
-    return lpszName[0] == '.' && (!lpszName[1] || (lpszName[1] == '.' && !lpszName[2]));
 }
 } // namespace
 
@@ -85,11 +79,12 @@ bool CFolderWalk::MeetNext(FOLDER& st_Folder)
     {
         const auto& st_Entry = *reinterpret_cast<const dirent64*>(&m_Entries[st_Folder.nNext]);
         st_Folder.nNext += st_Entry.d_reclen;
-        if (st_Entry.d_ino == 0 || IsSelfOrParent(st_Entry.d_name)) // 0: deleted meanwhile
+        const std::string_view Name = st_Entry.d_name;
+        if (st_Entry.d_ino == 0 || Name == "." || Name == "..") // 0: deleted meanwhile
             continue;
         m_nName = st_Folder.nName;
         m_Path.resize(m_nName, '/'); // which adds one to the folder's own path
-        m_Path += st_Entry.d_name;
+        m_Path += Name;
         m_chKind = st_Entry.d_type;
         m_bFolder = m_chKind == DT_DIR;
         if (m_chKind == DT_LNK || m_chKind == DT_UNKNOWN)

@@ -54,7 +54,7 @@ private:
     int Enter(int nParent, const char* lpszFolder, int nFlags);
     bool Read(FOLDER& st_Folder);
     bool MeetNext(FOLDER& st_Folder);
-    bool IsToBeEntered() const;
+    [[nodiscard]] bool IsToBeEntered() const;
 
     const bool m_bRecursion;
     std::string m_Path; // of the entry; before the first one, of the folder itself

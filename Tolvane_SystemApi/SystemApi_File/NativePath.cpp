@@ -27,6 +27,11 @@ bool IsAsciiByte(char chByte) noexcept
     return static_cast<unsigned char>(chByte) < 0x80;
 }
 
+bool BeginsCharacter(char chByte) noexcept
+{
+    return (static_cast<unsigned char>(chByte) & 0xC0U) != 0x80;
+}
+
 /// Takes one character outside ASCII off the text, which is not empty. False for a byte that begins none, a form
 /// cut short or longer than it need be, and a value that is no character.
 bool TakeCharacter(std::string_view& Text, std::uint32_t& nCode) noexcept
@@ -66,7 +71,8 @@ std::wstring ToWide(std::string_view Text)
 {
     if (IsAscii(Text))
         return {Text.begin(), Text.end()};
-    std::wstring Wide(Text.size(), L'\0'); // room enough: no character is shorter in UTF-8
+    // As many as do not continue a character; of text that is not UTF-8 these come up to its first fault.
+    std::wstring Wide(static_cast<std::size_t>(std::count_if(Text.begin(), Text.end(), BeginsCharacter)), L'\0');
     auto pEnd = Wide.begin();
     for (std::string_view Rest = Text;;)
     {
@@ -74,14 +80,12 @@ std::wstring ToWide(std::string_view Text)
         pEnd = std::copy(Rest.begin(), pRunEnd, pEnd);
         Rest.remove_prefix(static_cast<std::size_t>(pRunEnd - Rest.begin()));
         if (Rest.empty())
-            break;
+            return Wide;
         std::uint32_t nCode = 0;
         if (!TakeCharacter(Rest, nCode))
             RaiseConversionError(Text);
         *pEnd++ = static_cast<wchar_t>(nCode);
     }
-    Wide.erase(pEnd, Wide.end());
-    return Wide;
 }
 
 bool IsAscii(std::string_view Text) noexcept

@@ -53,10 +53,10 @@ private:
 
     void Grow()
     {
-        const std::size_t nRoom = m_nRoom ? 2 * m_nRoom : nPiece;
-        void* const pText = m_pText ? mremap(m_pText, m_nRoom * sizeof(Char), nRoom * sizeof(Char), MREMAP_MAYMOVE)
-                                    : mmap(nullptr, nRoom * sizeof(Char), PROT_READ | PROT_WRITE,
-                                           MAP_PRIVATE | MAP_ANONYMOUS, -1, 0);
+        const std::size_t nRoom = m_nRoom > 0 ? 2 * m_nRoom : nPiece;
+        void* const pText =
+            m_pText ? mremap(m_pText, m_nRoom * sizeof(Char), nRoom * sizeof(Char), MREMAP_MAYMOVE)
+                    : mmap(nullptr, nRoom * sizeof(Char), PROT_READ | PROT_WRITE, MAP_PRIVATE | MAP_ANONYMOUS, -1, 0);
         if (pText == MAP_FAILED)
             throw std::bad_alloc();
         m_pText = static_cast<Char*>(pText);

@@ -26,6 +26,7 @@ static struct
     int nError = 0;
     bool bStepwise = false; // one entry a call, so that both count alike
     bool bUnknown = false;  // no entry tells its kind
+    unsigned nDescriptors = 64;
 } st_Fault;
 
 #define REAL(Call) reinterpret_cast<decltype(&Call)>(dlsym(RTLD_NEXT, #Call))
@@ -78,6 +79,7 @@ RESULT Gather(Walk&& pfnWalk)
     RESULT Result;
     try
     {
+        const CNoDescriptors m_Limit(st_Fault.nDescriptors);
         pfnWalk([&Result](const std::string& Path, bool bFolder) { Result.push_back(Path + (bFolder ? "|" : "")); });
     }
     catch (const fs::filesystem_error& Error)
@@ -210,7 +212,8 @@ RESULT WalkRandomTree(const std::string& Root, unsigned nSeed, decltype(OwnWalk)
         st_Fault = st_Before;
         return !Path.ends_with("$RECYCLE.BIN");
     };
-    const CNoDescriptors m_Limit(m_Tree.Below(8) == 0 ? static_cast<unsigned>(m_Tree.Below(4)) : 64);
+    if (m_Tree.Below(8) == 0)
+        st_Fault.nDescriptors = static_cast<unsigned>(m_Tree.Below(4));
     RESULT Result = pfnWalk(Root + m_Tree.Pick<std::string>({"", "", "/", "//", "/."}), bRecursion, m_Visit);
     st_Fault = {};
     return Result;
