@@ -83,8 +83,9 @@ BASELIB_EXPORT bool BaseLib_Charset_UnicodeToAnsi(const wchar_t* lpszSource, cha
  * ------------------------------------------------------------------------------------------------- */
 
 /**
- * Makes a table of rows: an array of nRows pointers, each to a block of its own, and one null pointer
- * after the last, so that the table also serves as a program's argument vector.
+ * Makes a table of rows: an array of nRows pointers, each to bytes of its own, and one null pointer after
+ * the last, so that the table also serves as a program's argument vector. Rows may change places within
+ * their table; never release or resize one alone, for the rows of a large table lie in one block.
  *
  * \param[out] pppTable the address of the caller's table variable (a char** variable's address, say)
  * \param[in]  nRows    number of rows; 0 makes a table that holds only the ending null pointer

@@ -11,8 +11,8 @@
  * Exceptions Failures of the standard file-system facility leave the file operations as
  *            std::filesystem::filesystem_error, through the C functions too, with the flag false. The code tells
  *            nothing of it: it is an earlier failure's, or that of a step inside, such as the search for a missing
- *            folder. An operation that cannot have memory throws std::bad_alloc; inside a directory walk or a tree
- *            removal the standard library ends the process instead.
+ *            folder. An operation that cannot have memory throws std::bad_alloc; inside a tree removal the
+ *            standard library ends the process instead.
  * Threads    No call takes a lock or starts a thread; all may run at once. The error flag and code are one
  *            pair for the whole process, so when two threads fail at once the last writer wins. errno is
  *            the calling thread's. SystemApi_Process_Stop and SystemApi_System_SystemEx change the process's
