@@ -6,6 +6,8 @@
 
 namespace
 {
+constexpr const char* lpszPython = "/usr/bin/python3"; // the one for which there are packages
+
 /// The Python process; it ends when its input does.
 class CPython
 {
@@ -19,10 +21,10 @@ public:
         posix_spawn_file_actions_init(&st_Actions);
         posix_spawn_file_actions_adddup2(&st_Actions, nQuestions[0], STDIN_FILENO);
         posix_spawn_file_actions_adddup2(&st_Actions, nAnswers[1], STDOUT_FILENO);
-        const char* const lpszArguments[] = {"python3", PSUTIL_PEER, nullptr};
-        Require(posix_spawnp(&m_nChild, "python3", &st_Actions, nullptr, const_cast<char* const*>(lpszArguments),
-                             environ) == 0,
-                "python3");
+        const char* const lpszArguments[] = {lpszPython, PSUTIL_PEER, nullptr};
+        Require(posix_spawn(&m_nChild, lpszPython, &st_Actions, nullptr, const_cast<char* const*>(lpszArguments),
+                            environ) == 0,
+                lpszPython);
         posix_spawn_file_actions_destroy(&st_Actions);
         close(nQuestions[0]);
         close(nAnswers[1]);
@@ -57,12 +59,14 @@ private:
 
 bool HasPsutil()
 {
-    static const bool bHas = RunProgram({"python3", "-c", "import psutil"}, true);
+    static const bool bHas = RunProgram({lpszPython, "-c", "import psutil"}, true);
     return bHas;
 }
 
-CONTENDER PsutilContender(const char* lpszQuery)
+CONTENDER PsutilContender(ROLE enRole, const char* lpszQuery)
 {
     const auto pPython = std::make_shared<CPython>();
-    return {"psutil", ROLE::OtherRule, [pPython, lpszQuery](long nCalls, bool) { return pPython->Ask(lpszQuery, nCalls); }};
+    return {"psutil", enRole, [pPython, lpszQuery](long nCalls, bool) {
+                return pPython->Ask(lpszQuery, nCalls);
+            }};
 }

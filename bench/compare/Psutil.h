@@ -6,5 +6,5 @@
 /// Whether there is a Python with psutil.
 bool HasPsutil();
 
-/// A contender that asks it: memory, disk, count or list.
-CONTENDER PsutilContender(const char* lpszQuery);
+/// A contender that asks it: memory, disk or list.
+CONTENDER PsutilContender(ROLE enRole, const char* lpszQuery);

@@ -152,8 +152,8 @@ long long MemoryByGLib(bool)
 {
     const char* lpszArguments[] = {"/bin/sh", "-c", "cat /proc/meminfo", nullptr};
     char* lpszOutput = nullptr;
-    g_spawn_sync(nullptr, const_cast<char**>(lpszArguments), nullptr, G_SPAWN_LEAVE_DESCRIPTORS_OPEN, nullptr, nullptr,
-                 &lpszOutput, nullptr, nullptr, nullptr);
+    g_spawn_sync(nullptr, const_cast<char**>(lpszArguments), nullptr, G_SPAWN_LEAVE_DESCRIPTORS_OPEN, nullptr,
+                 nullptr, &lpszOutput, nullptr, nullptr, nullptr);
     CMemoryScan Scan;
     ByLines(lpszOutput, [&](const char* lpszLine) { Scan.Take(lpszLine); });
     g_free(lpszOutput);
@@ -485,14 +485,15 @@ struct WAY
     FUNCTION pfnAsk;
 };
 
-void AddQuery(PLAN& Plan, const char* lpszName, ROW st_Row, std::vector<WAY> Ways, const char* lpszPsutil = nullptr)
+void AddQuery(PLAN& Plan, const char* lpszName, ROW st_Row, std::vector<WAY> Ways, ROLE enPsutil = ROLE::Extra,
+              const char* lpszPsutil = nullptr)
 {
-    Plan.push_back({lpszName, 3, [st_Row = std::move(st_Row), Ways = std::move(Ways), lpszPsutil] {
+    Plan.push_back({lpszName, 3, [st_Row = std::move(st_Row), Ways = std::move(Ways), enPsutil, lpszPsutil] {
                         GROUP st_Group;
                         for (const WAY& st_Way : Ways)
                             st_Group.Add(st_Way.enRole, st_Way.lpszName, st_Way.pfnAsk);
                         if (lpszPsutil && HasPsutil())
-                            st_Group.Contenders.push_back(PsutilContender(lpszPsutil));
+                            st_Group.Contenders.push_back(PsutilContender(enPsutil, lpszPsutil));
                         st_Group.AddRow(st_Row);
                         return st_Group;
                     }});
@@ -529,7 +530,7 @@ void PlanQueries(PLAN& Plan, const SETTINGS&)
                  {ROLE::OtherRule, "libstatgrab", MemoryByLibstatgrab},
 #endif
              },
-             "memory");
+             ROLE::OtherRule, "memory");
     AddQuery(Plan, "disk", {"disk query", "", 0, 1.00, 1.10},
              {
                  {ROLE::Library, "library", DiskByLibrary},
@@ -540,7 +541,7 @@ void PlanQueries(PLAN& Plan, const SETTINGS&)
 #endif
                  {ROLE::Limit, "statfs", DiskByStatfs},
              },
-             "disk");
+             ROLE::Peer, "disk");
     AddQuery(Plan, "disks", {"list of disks", "", 0, 1.00, 1.10},
              {{ROLE::Library, "library", DisksByLibrary},
               {ROLE::Peer, "fopen, sscanf", DisksByC},

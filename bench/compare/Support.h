@@ -29,8 +29,8 @@ public:
         posix_spawn_file_actions_init(&st_Actions);
         posix_spawn_file_actions_adddup2(&st_Actions, nEnds[1], STDOUT_FILENO);
         const char* const lpszArguments[] = {"sh", "-c", lpszCommand, nullptr};
-        const int nError = posix_spawn(&m_nChild, "/bin/sh", &st_Actions, nullptr,
-                                       const_cast<char* const*>(lpszArguments), environ);
+        const int nError =
+            posix_spawn(&m_nChild, "/bin/sh", &st_Actions, nullptr, const_cast<char* const*>(lpszArguments), environ);
         posix_spawn_file_actions_destroy(&st_Actions);
         close(nEnds[1]);
         m_nPipe = nEnds[0];

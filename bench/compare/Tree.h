@@ -21,7 +21,9 @@ public:
     CTree(const std::string& Parent, SHAPE enShape, long nFiles) : m_Folder(Parent)
     {
         constexpr long nDepth = 32;
-        const long nFolders = enShape == SHAPE::Flat ? 0 : enShape == SHAPE::Deep ? nDepth : std::max(nFiles / 100, 1L);
+        const long nFolders = enShape == SHAPE::Flat   ? 0
+                              : enShape == SHAPE::Deep ? nDepth
+                                                       : std::max(nFiles / 100, 1L);
         std::string Folder = Root();
         long nFile = 0;
         for (long nFolder = 0; nFolder < std::max(nFolders, 1L); ++nFolder)

@@ -108,7 +108,8 @@ void CopyByCalls(const CFiles& Files)
 using ADD = std::function<void(ROLE, const char*, std::function<void(const CFiles&)>)>;
 
 /// A group of ways to bring the destination about, filled by Contend.
-GROUP MakeGroup(const SETTINGS& st_Settings, const char* lpszWhat, char chText, const std::function<void(const ADD&)>& Contend)
+GROUP MakeGroup(const SETTINGS& st_Settings, const char* lpszWhat, char chText,
+                const std::function<void(const ADD&)>& Contend)
 {
     const std::size_t nMiB = st_Settings.bQuick ? 8 : 256;
     const auto pFiles = std::make_shared<CFiles>(st_Settings.Folder, nMiB << 20);
@@ -145,7 +146,9 @@ void SaveContenders(const ADD& Add)
                 "the save");
     });
     const auto m_By = [](void (*pfnWrite)(const CFiles&, const char*, std::size_t)) {
-        return [pfnWrite](const CFiles& Files) { pfnWrite(Files, Files.Bytes().data(), Files.Bytes().size()); };
+        return [pfnWrite](const CFiles& Files) {
+            pfnWrite(Files, Files.Bytes().data(), Files.Bytes().size());
+        };
     };
     Add(ROLE::Peer, "fwrite", m_By(WriteByC));
     Add(ROLE::Peer, "std::ofstream", m_By(WriteByStream));
@@ -173,7 +176,9 @@ void CopyContenders(const ADD& Add)
                                      boost::filesystem::copy_options::overwrite_existing);
     });
 #endif
-    Add(ROLE::Peer, "cp", [](const CFiles& Files) { Require(RunProgram({"cp", Files.Source(), Files.Target()}), "cp"); });
+    Add(ROLE::Peer, "cp", [](const CFiles& Files) {
+        Require(RunProgram({"cp", Files.Source(), Files.Target()}), "cp");
+    });
     Add(ROLE::Peer, "dd, 1 MiB blocks", [](const CFiles& Files) {
         Require(RunProgram({"dd", std::string("if=") + Files.Source(), std::string("of=") + Files.Target(), "bs=1M",
                             "status=none"}),
@@ -203,7 +208,9 @@ private:
 
 void DeleteByNftw(const std::string& Root)
 {
-    const auto m_Remove = [](const char* lpszPath, const struct stat*, int, struct FTW*) { return remove(lpszPath); };
+    const auto m_Remove = [](const char* lpszPath, const struct stat*, int, struct FTW*) {
+        return remove(lpszPath);
+    };
     nftw(Root.c_str(), m_Remove, 64, FTW_PHYS | FTW_DEPTH);
 }
 
@@ -237,8 +244,16 @@ GROUP MakeDeletion(const SETTINGS& st_Settings)
 
 void PlanWrites(PLAN& Plan, const SETTINGS& st_Settings)
 {
-    Plan.push_back({"zeros", 6, [st_Settings] { return MakeGroup(st_Settings, "file of zeros, ", '\0', ZeroContenders); }});
-    Plan.push_back({"save", 6, [st_Settings] { return MakeGroup(st_Settings, "save ", 'x', SaveContenders); }});
-    Plan.push_back({"copy", 6, [st_Settings] { return MakeGroup(st_Settings, "copy ", 'x', CopyContenders); }});
-    Plan.push_back({"delete", 4, [st_Settings] { return MakeDeletion(st_Settings); }});
+    Plan.push_back({"zeros", 8, [st_Settings] {
+                        return MakeGroup(st_Settings, "file of zeros, ", '\0', ZeroContenders);
+                    }});
+    Plan.push_back({"save", 8, [st_Settings] {
+                        return MakeGroup(st_Settings, "save ", 'x', SaveContenders);
+                    }});
+    Plan.push_back({"copy", 8, [st_Settings] {
+                        return MakeGroup(st_Settings, "copy ", 'x', CopyContenders);
+                    }});
+    Plan.push_back({"delete", 4, [st_Settings] {
+                        return MakeDeletion(st_Settings);
+                    }});
 }

@@ -6,8 +6,11 @@
 
 #include <CLI/CLI.hpp>
 #include <algorithm>
+#include <atomic>
 #include <cmath>
+#include <csignal>
 #include <iostream>
+#include <map>
 #include <nlohmann/json.hpp>
 #include <numeric>
 #include <random>
@@ -17,71 +20,87 @@ namespace
 {
 using nlohmann::json;
 
+#ifdef __clang__
+constexpr const char* lpszCompiler = __VERSION__;
+#else
+constexpr const char* lpszCompiler = "GCC " __VERSION__;
+#endif
+
 struct ROUNDS
 {
     int nCount = 0;       ///< 0: as many as fit the group's time
     double fFactor = 1.0; ///< of that time
 };
 
-constexpr int nLeastRounds = 5;
-constexpr int nMostRounds = 61;
+constexpr int nLeastRounds = 3;
+constexpr int nMostRounds = 301;
 
-/// How many calls make a sample that the clock can tell apart.
-long CallsFor(const CONTENDER& st_Contender, double fCost)
+std::atomic<bool> g_bStop = false; // a signal came
+
+/// A sample, unless the run is to end: then what it has made goes first.
+SAMPLE Take(const CONTENDER& st_Contender, long nCalls, bool bCheck = false)
 {
-    constexpr double fSampleTime = 0.004;
-    if (st_Contender.bOneCall)
-        return 1;
-    return std::clamp(std::lround(fSampleTime / fCost), 1L, 10'000L);
+    Require(!g_bStop, "stopped");
+    return st_Contender.Take(nCalls, bCheck);
 }
 
-/// One call of each, looked at closely: all contenders of a row must find the same.
-void Check(const std::string& Name, const GROUP& st_Group)
+/// One call of each, looked at closely: all contenders of a row must find the same. Gives what each call cost.
+std::vector<double> Check(const std::string& Name, const GROUP& st_Group)
 {
     std::map<std::string, long long> Found;
+    std::vector<double> Costs;
     for (const CONTENDER& st_Contender : st_Group.Contenders)
-        Found[st_Contender.Name] = st_Contender.Take(1, true).nFound;
+    {
+        const SAMPLE st_Sample = Take(st_Contender, 1, true);
+        Found[st_Contender.Name] = st_Sample.nFound;
+        Costs.push_back(st_Sample.fCost);
+    }
     for (const ROW& st_Row : st_Group.Rows)
     {
-        for (const auto& Names : {st_Row.Library, st_Row.Peers, st_Row.OtherRules, st_Row.Limit})
+        const std::string& Library = st_Row.Library.front();
+        for (const auto& Names : {st_Row.Peers, st_Row.OtherRules, st_Row.Limit})
         {
             for (const std::string& Other : Names)
-                Require(Found.at(Other) == Found.at(st_Row.Library.front()),
-                        Name + ": " + Other + " found " + std::to_string(Found[Other]) + ", the library " +
-                            std::to_string(Found[st_Row.Library.front()]));
+                Require(Found.at(Other) == Found.at(Library), Name + ": " + Other + " found " +
+                                                                  std::to_string(Found[Other]) + ", the library " +
+                                                                  std::to_string(Found[Library]));
         }
     }
+    return Costs;
 }
 
-/// Rounds in which each contender has its turn, in an order of its own.
-json Measure(const GROUP& st_Group, double fSeconds, const ROUNDS& st_Rounds)
+/// How many calls make a sample that the clock can tell apart.
+long CallsFor(const CONTENDER& st_Contender, double fFirstCost)
 {
-    const bool bTimed = st_Group.Unit == "s";
+    constexpr double fSampleTime = 0.004;
+    if (st_Contender.bOneCall || fFirstCost > 20 * fSampleTime)
+        return 1;
+    return std::clamp(std::lround(fSampleTime / Take(st_Contender, 1).fCost), 1L, 10'000L);
+}
+
+bool IsRoundLeft(int nRound, bool bTimeLeft)
+{
+    return nRound < nLeastRounds || (bTimeLeft && nRound < nMostRounds);
+}
+
+/// Rounds in which each contender has its turn, in an order of its own. As many as fit the time, or the given number.
+json Measure(const GROUP& st_Group, const std::vector<double>& FirstCosts, double fSeconds, int nRounds)
+{
+    using Clock = std::chrono::steady_clock;
     std::vector<long> Calls;
-    double fRound = 0;
-    for (const CONTENDER& st_Contender : st_Group.Contenders) // the first call has warmed it up
-    {
-        using Clock = std::chrono::steady_clock;
-        const double fCost = bTimed ? st_Contender.Take(1, false).fCost : 1.0;
-        Calls.push_back(CallsFor(st_Contender, fCost));
-        const auto Begin = Clock::now();
-        if (bTimed)
-            st_Contender.Take(Calls.back(), false);
-        fRound += bTimed ? std::chrono::duration<double>(Clock::now() - Begin).count() : 1.0;
-    }
-    const int nRounds = st_Rounds.nCount > 0
-                            ? st_Rounds.nCount
-                            : std::clamp(static_cast<int>(fSeconds * st_Rounds.fFactor / fRound), nLeastRounds, nMostRounds);
+    for (std::size_t nContender = 0; nContender < FirstCosts.size(); ++nContender)
+        Calls.push_back(CallsFor(st_Group.Contenders[nContender], FirstCosts[nContender]));
 
     std::vector<std::vector<double>> Samples(st_Group.Contenders.size());
     std::vector<std::size_t> Order(Samples.size());
     std::iota(Order.begin(), Order.end(), 0);
     std::minstd_rand Random(1); // the same orders in every run
-    for (int nRound = 0; nRound < nRounds; ++nRound)
+    const auto End = Clock::now() + std::chrono::duration<double>(fSeconds);
+    for (int nRound = 0; nRounds > 0 ? nRound < nRounds : IsRoundLeft(nRound, Clock::now() < End); ++nRound)
     {
         std::shuffle(Order.begin(), Order.end(), Random);
         for (const std::size_t nContender : Order)
-            Samples[nContender].push_back(st_Group.Contenders[nContender].Take(Calls[nContender], false).fCost);
+            Samples[nContender].push_back(Take(st_Group.Contenders[nContender], Calls[nContender]).fCost);
     }
 
     json Contenders = json::object();
@@ -92,23 +111,22 @@ json Measure(const GROUP& st_Group, double fSeconds, const ROUNDS& st_Rounds)
 
 json Describe(const ROW& st_Row)
 {
-    return {{"operation", st_Row.Operation}, {"series", st_Row.Series},
-            {"size", st_Row.nSize},          {"peer_goal", st_Row.fPeerGoal},
-            {"limit_goal", st_Row.fLimitGoal}, {"library", st_Row.Library},
-            {"peers", st_Row.Peers},         {"other_rules", st_Row.OtherRules},
-            {"limit", st_Row.Limit}};
+    return {{"operation", st_Row.Operation}, {"series", st_Row.Series},          {"size", st_Row.nSize},
+            {"peer_goal", st_Row.fPeerGoal}, {"limit_goal", st_Row.fLimitGoal},  {"library", st_Row.Library},
+            {"peers", st_Row.Peers},         {"other_rules", st_Row.OtherRules}, {"limit", st_Row.Limit}};
 }
 
 json Run(const ENTRY& st_Entry, const ROUNDS& st_Rounds)
 {
     const GROUP st_Group = st_Entry.Make();
-    Check(st_Entry.Name, st_Group);
+    const std::vector<double> FirstCosts = Check(st_Entry.Name, st_Group);
+    const int nRounds = st_Group.Unit == "s" ? st_Rounds.nCount : 1; // memory is the same every time
     json Rows = json::array();
     for (const ROW& st_Row : st_Group.Rows)
         Rows.push_back(Describe(st_Row));
     return {{"name", st_Entry.Name},
             {"unit", st_Group.Unit},
-            {"samples", Measure(st_Group, st_Entry.fSeconds, st_Rounds)},
+            {"samples", Measure(st_Group, FirstCosts, st_Entry.fSeconds * st_Rounds.fFactor, nRounds)},
             {"rows", Rows}};
 }
 
@@ -152,9 +170,8 @@ std::string DefaultFolder()
 
 bool IsWanted(const std::string& Name, const std::vector<std::string>& Wanted)
 {
-    return Wanted.empty() || std::any_of(Wanted.begin(), Wanted.end(), [&](const std::string& Beginning) {
-               return Name.starts_with(Beginning);
-           });
+    return Wanted.empty() || std::any_of(Wanted.begin(), Wanted.end(),
+                                         [&](const std::string& Beginning) { return Name.starts_with(Beginning); });
 }
 } // namespace
 
@@ -175,10 +192,14 @@ try
     App.add_option("--rounds", st_Rounds.nCount, "Rounds of each; without it as many as fit its time")
         ->check(CLI::PositiveNumber);
     App.add_option("--time", st_Rounds.fFactor, "Factor of the time that each takes")->check(CLI::PositiveNumber);
-    App.add_option("--folder", st_Settings.Folder, "Where files are made")->capture_default_str()->check(CLI::ExistingDirectory);
+    App.add_option("--folder", st_Settings.Folder, "Where files are made")
+        ->capture_default_str()
+        ->check(CLI::ExistingDirectory);
     App.add_option("--probe", MemoryProbe)->expected(2)->group("");
     CLI11_PARSE(App, nArguments, ppszArguments);
 
+    for (const int nSignal : {SIGINT, SIGTERM, SIGHUP})
+        std::signal(nSignal, [](int) { g_bStop = true; });
     if (!MemoryProbe.empty())
         return RunMemoryProbe(MemoryProbe[0], MemoryProbe[1]);
     if (st_Settings.bQuick && st_Rounds.nCount == 0)
@@ -205,7 +226,7 @@ try
         std::cerr << " (" << std::lround(Elapsed.count()) << " s)\n";
     }
     if (!bList)
-        std::cout << json{{"compiler", "GCC " __VERSION__},
+        std::cout << json{{"compiler", lpszCompiler},
                           {"missing", Missing()},
                           {"memory_file_system", st_Settings.Folder == "/dev/shm"},
                           {"groups", Groups}}
