@@ -19,6 +19,13 @@ expect() { # LINE COMMAND...
     grep -q -x -e "$line" "$PLACE/out" || { cat "$PLACE/out" "$PLACE/log"; echo "failed: $* without \"$line\""; exit 1; }
 }
 
+refuses() { # LINE COMMAND...
+    line=$1
+    shift
+    if "$@" 2>"$PLACE/log"; then echo "failed: no refusal of $*"; exit 1; fi
+    grep -q -x -e "$line" "$PLACE/log" || { cat "$PLACE/log"; echo "failed: $* without \"$line\""; exit 1; }
+}
+
 expect '[0-9]* of [0-9]* MiB are available: [0-9]* % are in use' "$PROGRAMS/memory"
 expect 'example/in/copy.txt' "$PROGRAMS/file"
 [ ! -e example ] || { echo "failed: file leaves its folder behind"; exit 1; }
@@ -27,11 +34,15 @@ expect 'hello from a child' "$PROGRAMS/process"
 grep -q -x '7 bytes: second' "$PLACE/out"
 expect 'in time' "$PROGRAMS/system"
 expect './note.txt' "$PROGRAMS/first"
-if "$PROGRAMS/first" "$PLACE/missing" 2>"$PLACE/log"; then exit 1; fi
-grep -q -x '0x40a0022' "$PLACE/log"
+
+"$PROGRAMS/guarded" note.txt new/copy.txt
+cmp note.txt new/copy.txt
+refuses 'File exists' "$PROGRAMS/guarded" note.txt new/copy.txt
+refuses 'No such file or directory' "$PROGRAMS/guarded" missing new/other.txt # what was an exception
+refuses '0x40a0022' "$PROGRAMS/first" missing
 
 [ -n "$LIBRARY" ] && command -v python3 >/dev/null || exit 0
 expect 'note.txt: 5 bytes' python3 "$SOURCE/examples/first.py" note.txt . "$LIBRARY"
 grep -q -x './note.txt' "$PLACE/out"
-if python3 "$SOURCE/examples/first.py" missing . "$LIBRARY" 2>"$PLACE/log"; then exit 1; fi
-grep -q -x 'missing: 0x040A0002: No such file or directory' "$PLACE/log" # errno reaches Python
+# errno reaches Python.
+refuses 'missing: 0x040A0002: No such file or directory' python3 "$SOURCE/examples/first.py" missing . "$LIBRARY"
