@@ -1,3 +1,4 @@
+# SPDX-License-Identifier: MIT
 # Installs a build into a new folder, and builds and runs consumers against it, there and after the folder has moved.
 # usage: Consumers_test.sh SOURCE BUILD static|shared; in the environment: CC, CXX, CMAKE, LIBDIR, BUILD_TYPE
 set -eux

@@ -1,4 +1,5 @@
 #!/bin/sh
+# SPDX-License-Identifier: MIT
 # What programs were built against, compared with what the libraries are now: types, parameters, members and symbols.
 # usage: Abi_test.sh SOURCE BUILD [--renew]; in the environment: CMAKE, CC, CXX
 # --renew writes the baseline anew, for a change that is meant.

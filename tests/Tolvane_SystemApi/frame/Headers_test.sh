@@ -1,4 +1,5 @@
 #!/bin/sh
+# SPDX-License-Identifier: MIT
 # Each public header, alone, under both compilers and the standards that it promises.
 # usage: Headers_test.sh SOURCE_FOLDER
 base=$1/Tolvane_BaseLib/include

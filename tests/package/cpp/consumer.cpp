@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // What a C++ program needs of both libraries: an object of a class, and exceptions that cross the C functions.
 #include <SystemApi_File/SystemApi_File.h>
 
@@ -10,11 +11,10 @@ int main()
                  Files.size() == 1 && BaseLib_Time_GetTickCount() > 0;
     try
     {
-        bGood = !SystemApi_File_CreateMutilFolderA("") && bGood;
+        SystemApi_File_CreateMutilFolderA("");
         bGood = false;
     }
     catch (const std::filesystem::filesystem_error&)
-    {
-    }
+    {}
     return bGood ? 0 : 1;
 }
