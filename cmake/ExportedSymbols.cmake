@@ -1,3 +1,4 @@
+# SPDX-License-Identifier: MIT
 # systemapi_exported_symbols(TARGET MAP): the target exports what the version script names and nothing else.
 # Neither -Bsymbolic nor protected visibility: a program that reads the globals holds copies of them, and
 # the library must use those copies. A static library has no exports.

@@ -1,3 +1,4 @@
+# SPDX-License-Identifier: MIT
 # Installation: the two libraries, their headers, documents, and the files by which CMake (find_package(Tolvane)) and
 # pkg-config (tolvane-systemapi, tolvane-baselib) find them. Every place is told from where the file that tells it
 # stands, so that the tree may be moved. The components are those of the packages (Package.cmake).

@@ -1,3 +1,4 @@
+# SPDX-License-Identifier: MIT
 # Packages, by cpack: an archive of the whole tree, and where the libraries are shared also Debian's packages, one for
 # each component. scripts/packages builds and checks them.
 set(CPACK_PACKAGE_NAME tolvane-systemapi)

@@ -1,3 +1,4 @@
+# SPDX-License-Identifier: MIT
 # Runs in cpack, after packing: cpack's archive holds the files in the order of the folder, which is the machine's, so it
 # is packed again in the order of the names.
 if(NOT CPACK_GENERATOR STREQUAL "TGZ")

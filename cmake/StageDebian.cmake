@@ -1,3 +1,4 @@
+# SPDX-License-Identifier: MIT
 # Runs in cpack, between installation and packing: what Debian's packages have beyond the installed tree. The dependencies
 # are found here and not by cpack, which would run ldconfig from maintainer scripts, in the place of its trigger.
 if(NOT CPACK_GENERATOR STREQUAL "DEB")
