@@ -1,3 +1,4 @@
+#!/bin/sh
 # SPDX-License-Identifier: MIT
 # Installs a build into a new folder, and builds and runs consumers against it, there and after the folder has moved.
 # usage: Consumers_test.sh SOURCE BUILD static|shared; in the environment: CC, CXX, CMAKE, LIBDIR, BUILD_TYPE
@@ -20,7 +21,7 @@ if grep -rn -e "$SOURCE" -e "$PLACE" "$PLACE/installed" --include='*.cmake' --in
     exit 1 # what is installed must not depend on where it was built, nor on where it stands
 fi
 
-STATIC= LIBRARIES=2
+STATIC='' LIBRARIES=2
 if [ "$LINKAGE" = static ]; then
     STATIC=--static LIBRARIES=0
 fi
