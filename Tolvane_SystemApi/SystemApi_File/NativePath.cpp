@@ -9,10 +9,10 @@ namespace fs = std::filesystem;
 
 namespace
 {
-/// What the facility itself raises for such text.
-[[noreturn]] void RaiseConversionError(const fs::path& Path)
+/// What the facility itself raises for such text, which names no path.
+[[noreturn]] void RaiseConversionError()
 {
-    throw fs::filesystem_error("Cannot convert character sequence", Path,
+    throw fs::filesystem_error("Cannot convert character sequence",
                                std::make_error_code(std::errc::illegal_byte_sequence));
 }
 
@@ -63,7 +63,7 @@ fs::path ToPath(std::wstring_view Path)
     // locale; but surrogates as well.
     const std::u32string Codes(Path.begin(), Path.end());
     if (!std::all_of(Codes.begin(), Codes.end(), IsCharacter))
-        RaiseConversionError({});
+        RaiseConversionError();
     return Codes;
 }
 
@@ -83,7 +83,7 @@ std::wstring ToWide(std::string_view Text)
             return Wide;
         std::uint32_t nCode = 0;
         if (!TakeCharacter(Rest, nCode))
-            RaiseConversionError(Text);
+            RaiseConversionError();
         *pEnd++ = static_cast<wchar_t>(nCode);
     }
 }

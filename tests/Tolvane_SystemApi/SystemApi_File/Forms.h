@@ -96,6 +96,7 @@ void ExpectRaises(int nErrno, Call&& pfnCall, unsigned long dwCode = 7)
     catch (const std::filesystem::filesystem_error& Error)
     {
         EXPECT_EQ(Error.code().value(), nErrno) << Error.what();
+        EXPECT_TRUE(nErrno != EILSEQ || Error.path1().empty()) << Error.what(); // where text is not converted
     }
     EXPECT_FALSE(SystemApi_IsErrorOccur);
     EXPECT_EQ(SystemApi_dwErrorCode, dwCode);
