@@ -247,7 +247,7 @@ SYSTEMAPI_EXPORT bool SystemApi_File_CopyFileW(const wchar_t* lpszSource, const 
  *                            with an extension ("data/a.txt", or *.txt after the slash): then of the folder's
  *                            files those are listed whose extension begins with that one, in either case
  * \param[out] pppszFileList  receives a table of *pInt_ListCount paths, each lpszPath's folder as written, a slash,
- *                            and the way from there ("*.txt" alone gives "./a.txt"), in the order of the operating
+ *                            and the way from there ("a.txt" alone gives "./a.txt"), in the order of the operating
  *                            system; null when not wanted. Give it back with BaseLib_Memory_Free and the same count.
  *                            Rows are of 1024 bytes, or all of them as long as the longest path needs
  * \param[out] pInt_ListCount receives the number of rows; null when not wanted
@@ -268,7 +268,7 @@ SYSTEMAPI_EXPORT bool SystemApi_File_CopyFileW(const wchar_t* lpszSource, const 
  * Surprising on purpose:
  * - A folder whose own name has an extension is a pattern ("data.d" lists files d* of the current folder); write
  *   "data.d/".
- * - A star in an extension is an ordinary character: "*.*" finds nothing.
+ * - A star in an extension is an ordinary character: "data/a.t*" finds nothing.
  * - In a tree, folders named "$RECYCLE.BIN" and "System Volume Information" are left out with all they hold; in a
  *   folder's own entries they are not.
  * - In a tree, files (not folders) come in the 8-bit form of the current locale (BaseLib_Charset_UnicodeToAnsi): the
@@ -888,7 +888,8 @@ SYSTEMAPI_EXPORT bool SystemApi_System_GetUpTime(TOLVANE_LIBTIME* pSt_SysTime);
 /**
  * Halts, restarts or suspends the machine, blanks or locks the screen, or ends a user's processes.
  *
- * \param[in] dwType one of SYSTEMAPI_SHUTDOWN_TYPE_...
+ * \param[in] dwType a selector SYSTEMAPI_SHUTDOWN_TYPE_*: POWEROFF 0x10001, MONITOROFF 0x10002, REBOOT 0x10003, LOGOFF
+ *                   0x10004, LOCK 0x10005, SUSPEND 0x10007
  * \return true, or false with ..._SHUTDOWN_PARAMETER for any other value (0x10006 included) or ..._SHUTDOWN_EXEC when
  *         the action failed: errno tells why, for POWEROFF, REBOOT and SUSPEND alone.
  *
