@@ -214,7 +214,7 @@ def notes(function, common):
         titles.append("Tables")
     if any("wchar_t" in kind for kind, _ in function.arguments) or "_File_" in function.name:
         titles.append("Text")
-    if "Runs " in words(function.details) or "\" runs" in words(function.details):
+    if re.search(r"\bRuns\b", words(function.details)) or "\" runs" in words(function.details):
         titles.append("Programs")
     for title in titles:
         own = " ".join(words(section.find("para")) for section in function.titled.get(title, []))

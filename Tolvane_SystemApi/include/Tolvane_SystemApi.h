@@ -481,7 +481,7 @@ SYSTEMAPI_EXPORT bool SystemApi_Process_ReadCmdReturn(const char* lpszCmd, char*
  *         - ..._READCMD_POPEN when a command could not be started; what came before it is written.
  *
  * Runs, one after the other, "ps -ef | grep NAME | awk '{print $2}'" for a name, then
- * "/proc/<id>/stat", "/proc/<id>/statm" and "cat /proc/<id>/loginuid". A command longer than 1023 bytes is cut.
+ * "/proc/ID/stat", "/proc/ID/statm" and "cat /proc/ID/loginuid". A command longer than 1023 bytes is cut.
  *
  * Blocking   until each command has ended.
  * Privilege  none.
@@ -575,7 +575,7 @@ SYSTEMAPI_EXPORT bool SystemApi_Process_Stop(const char* lpszProcessName, int nP
  * \param[in]  nPid       the process id; 0 is the calling process
  * \return true, or false with 0x040A3000 (pointer is null) or ..._READCMD_POPEN, output untouched.
  *
- * Runs "ps aux | grep <id> | awk '{print($3$4);}'" and takes the number that its first line begins with.
+ * Runs "ps aux | grep ID | awk '{print($3$4);}'" and takes the number that its first line begins with.
  *
  * Blocking   until the command has ended.
  * Privilege  none.
@@ -593,7 +593,7 @@ SYSTEMAPI_EXPORT bool SystemApi_Process_GetProcessCpuUsage(int* pInt_Usage, int 
  * \param[in]  nPid     the process id; 0 is the calling process
  * \return true, or false with 0x040A3000 (record is null) or ..._READCMD_POPEN, record untouched.
  *
- * Runs "ps -p <id> -o lstart=" and reads its first line, which is English in every locale of the caller.
+ * Runs "ps -p ID -o lstart=" and reads its first line, which is English in every locale of the caller.
  *
  * Blocking   until the command has ended.
  * Privilege  none.
@@ -604,7 +604,7 @@ SYSTEMAPI_EXPORT bool SystemApi_Process_GetProcessCpuUsage(int* pInt_Usage, int 
 SYSTEMAPI_EXPORT bool SystemApi_Process_GetUpTime(TOLVANE_LIBTIME* pSt_Time, int nPid);
 
 /**
- * Tells the path of a process's executable (readlink of /proc/<id>/exe).
+ * Tells the path of a process's executable (readlink of /proc/ID/exe).
  *
  * \param[out] ptszPath 1024 bytes, zeroed by the caller: no null character is written
  * \param[in]  nPid     the process id; 0 is the calling process
@@ -845,7 +845,7 @@ SYSTEMAPI_EXPORT bool SystemApi_System_GetSysIdleTime(unsigned long* pInt_IdleTi
  * \return true, or false with 0x040A3002 (/proc could not be opened; errno; a code of the process block, on purpose),
  *         outputs untouched.
  *
- * Runs "cat /proc/<id>/cmdline" for each process, one after the other: a shell and a cat each.
+ * Runs "cat /proc/ID/cmdline" for each process, one after the other: a shell and a cat each.
  * The name is what that prints up to its first null character; it is empty for a kernel thread, a zombie, and a
  * process that ended meanwhile, whose cat then complains on standard error. A process whose command could not be
  * started is left out: the result is true all the same, and the code becomes ..._READCMD_POPEN.
