@@ -198,8 +198,8 @@ SYSTEMAPI_EXPORT bool SystemApi_File_DeleteMutilFolderW(const wchar_t* lpszPath,
  * \param[in] nSize      number of bytes; 0 leaves an empty file. Not checked: a negative one is not allowed
  * \return true when every byte has been handed to the kernel, or false with ..._SAVEBUFF_PARAMETER,
  *         ..._SAVEBUFF_OPEN (also when the folder is an existing file), or the code of folder creation,
- *         ..._CREATEFOLDER_CREATE, which also raises filesystem_error: for a folder part of 1024 characters or more,
- *         say, although the system could hold the file.
+ *         ..._CREATEFOLDER_CREATE. Folder creation may also raise filesystem_error, as does a folder part of 1024
+ *         characters or more, although the system could hold the file.
  *
  * Blocking   while it writes. A write that writes nothing, as on a full disk or at a limit, is tried again until there
  *            is room.
