@@ -31,7 +31,6 @@ def linked(line):
 
 
 def comment_line(line):
-    line = re.sub(r"<(?=[a-z]+>)", "&lt;", line)
     line = re.sub(r"\.\.\.(_[A-Z]\w*[A-Z])\b", full_symbol, line)
     line = re.sub(r"^ \* ([A-Z][a-z]+)(?: {2,}|(?<=Exceptions) )(?=\S)", r" * \\par \1\n * ", linked(line))
     line = re.sub(r"^ \* (Surprising on purpose):$", r" * \\par \1", line)

@@ -25,6 +25,7 @@ faults = []
 def escaped(text):
     text = text.replace("\\", "\\e")
     text = re.sub(r"(?<!\w)-(?=[\w])", r"\\-", text)  # options and negative numbers, not hyphens
+    text = re.sub(r'"[^"]*"', lambda quoted: re.sub(r"(?<=\w)-", r"\\-", quoted[0]), text)  # no line ends in a command
     return re.sub(r"^(?=[.'])", r"\\&", text, flags=re.M)
 
 
@@ -35,7 +36,7 @@ def words(node):
 
 def sentence(text):
     """Begins with a capital, where that is no name of a field, a parameter or a system call."""
-    is_name = re.match(r"\w*[a-z][A-Z]|\w+_|\w+ (failed|was not permitted|gave)\b", text)
+    is_name = re.match(r"\w*[a-z][A-Z]|\w+_|\w+ (failed|was not permitted|gave|or \w+ failed)\b", text)
     return text if is_name else text[:1].upper() + text[1:]
 
 
@@ -55,7 +56,15 @@ def wrapped(lines):
 
 
 def code(lines):
-    return [".nf", ".in +4n", *(escaped(line) if line.strip() else ".sp" for line in lines), ".in", ".fi"]
+    """As it stands, but for long comments on lines of their own: a page is narrower than a source."""
+    out = []
+    for line in lines:
+        comment = re.match(r"( *)/\* (.*) \*/$", line)
+        if comment and len(line) > 72:
+            first, *rest = textwrap.wrap(comment[2], 66 - len(comment[1]))
+            line = "\n".join([f"{comment[1]}/* {first}", *(f"{comment[1]}   {more}" for more in rest)]) + " */"
+        out.append(escaped(line) if line.strip() else ".sp")
+    return [".nf", ".in +4n", *out, ".in", ".fi"]
 
 
 def paragraphs(node):
@@ -205,7 +214,7 @@ def notes(function, common):
         titles.append("Tables")
     if any("wchar_t" in kind for kind, _ in function.arguments) or "_File_" in function.name:
         titles.append("Text")
-    if "Runs " in words(function.details) or "\" runs" in words(function.details):
+    if re.search(r"\bRuns\b", words(function.details)) or "\" runs" in words(function.details):
         titles.append("Programs")
     for title in titles:
         own = " ".join(words(section.find("para")) for section in function.titled.get(title, []))
@@ -290,7 +299,7 @@ def overview(functions, base, common, symbols):
     parts += ["Operations on files and folders, hardware, processes, and the system as a whole. Nothing has to be called "
               "first, and nothing last. The pages of section 3 describe each operation; here is what is common to all."]
     groups = {"ERRORS": ("Results", "Symbols", "Exceptions"), "THREADS AND SIGNALS": ("Threads", "Signals"),
-              "OWNERSHIP": ("Buffers", "Tables"), "UNITS AND TEXT": ("Units", "Text"), "ENVIRONMENT": ("Variables", "Programs")}
+              "OWNERSHIP": ("Buffers", "Tables"), "UNITS AND TEXT": ("Units", "Text"), "ENVIRONMENT": ("Programs", "Variables")}
     left = set(common) - {title for titles in groups.values() for title in titles}
     if left:
         faults.append(f"no place in SystemApi(7) for {left}")
@@ -318,13 +327,20 @@ def overview(functions, base, common, symbols):
                 continue
             blocks = flat(paragraphs(section))
             blocks = [line if line.startswith(".") else sentence(line) for line in blocks if line != ".PP"]
-            parts += [".TP", f".BR {function.name} (3)", *(line.replace(".IP \\(bu 3", ".IP \\(bu 10") for line in blocks)]
+            if any(line.startswith(".IP") for line in blocks):
+                blocks = [".RS", *blocks, ".RE"]
+            parts += [".TP 7", f".BR {function.name} (3)", *blocks]
     parts.append(".SH ERROR CODES")
     parts.append("By value. Where several symbols share one, the operation called tells them apart.")
     for symbol, (value, condition) in sorted(symbols.items(), key=lambda row: (row[1][0], row[0])):
         parts += [".TP", f".BR {value} \" {symbol}\"", escaped(meaning(condition))]
     parts += [".SH SEE ALSO", *references([(1, "systemapi"), (3, "SystemApi_GetLastError"), (3, "BaseLib_Memory_Free")])]
     page("SystemApi", 7, parts)
+
+
+def check_symbols(functions, symbols):
+    named = " ".join(words(section) for function in functions for section in function.titled.get("return", []))
+    faults.extend(f"{symbol}: no operation's result names it" for symbol in symbols if not re.search(rf"\b{symbol}\b", named))
 
 
 def main():
@@ -343,6 +359,7 @@ def main():
             siblings = [other.name for other in group if f"_{family}_" in other.name and not other.brief.startswith("As ")]
             function_page(function, wide, common, symbols, rules, examples, siblings)
     overview(functions, base, common, symbols)
+    check_symbols(functions, symbols)
     if faults:
         sys.exit("\n".join(faults))
 

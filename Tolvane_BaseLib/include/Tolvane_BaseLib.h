@@ -3,7 +3,7 @@
  * Tolvane base library: character sets, tables of rows, text slicing, and time.
  *
  * Rules common to all routines:
- * - A bool result tells whether all that was asked for was done. None sets an error state of the system library.
+ * - A bool result tells whether all that was asked for was done. No routine sets SystemApi's error state.
  * - A fixed text buffer holds 1024 characters, its ending null character included; the path splitter's
  *   file name holds 260 and its extension 64. What does not fit is never cut, because a shortened path
  *   would name another file: that output becomes empty and the result is false.

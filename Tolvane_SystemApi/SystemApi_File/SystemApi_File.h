@@ -39,12 +39,12 @@ public:
     /// What a folder or a tree holds, appended to a list.
     ///
     /// \param[in]     lpszPath      the folder, never a pattern
-    /// \param[in,out] pStl_ListFile entries, strings of any length, are appended to what it holds; those appended before
-    ///                              an exception stay
+    /// \param[in,out] pStl_ListFile entries, strings of any length, are appended to what it holds; those appended
+    ///                              before an exception stay
     /// \param[in]     bRecursion    as in the table form
     /// \param[in]     nFileType     as in the table form
-    /// \param[in]     lpszFileExt   the filter, without its dot; null for none. Files whose extension begins with it are
-    ///                              listed, in either case; the empty filter admits every file
+    /// \param[in]     lpszFileExt   the filter, without its dot; null for none. Files whose extension begins with it
+    ///                              are listed, in either case; the empty filter admits every file
     /// \return true, also when nothing was found, or false with ..._ENUMFILE_PARAMETER (path or list is null) or
     ///         ..._ENUMFILE_NOTDIR, list untouched. Every other failure is a filesystem_error.
     ///

@@ -17,9 +17,9 @@
  * Threads    No call takes a lock or starts a thread; all may run at once. The error flag and code are one
  *            pair for the whole process, so when two threads fail at once the last writer wins. errno is
  *            the calling thread's.
- * Signals    No call installs a handler. One of the caller's that interrupts a call loses no output of a command and
- *            shortens no wait. SystemApi_Process_Stop, SystemApi_System_SystemEx and, for what they run,
- *            SystemApi_System_Shutdown change the process's signal dispositions while they run.
+ * Signals    No call installs a handler. Where a handler of the caller's interrupts a call, no output of a command
+ *            is lost and no wait becomes shorter. SystemApi_Process_Stop, SystemApi_System_SystemEx and the commands
+ *            of SystemApi_System_Shutdown change the process's signal dispositions while they run.
  * Buffers    Records and text buffers are the caller's, who zeroes them first: most operations append to,
  *            or fill in part, what is there. A text buffer holds 1024 bytes unless its operation says
  *            otherwise. No call keeps a pointer that it was given.
@@ -30,11 +30,13 @@
  *            a path goes to a call of the operating system, it counts as a missing file, and so does one whose UTF-8
  *            form exceeds 1023 bytes; where it goes to the standard file-system facility, that raises (EILSEQ).
  * Units      Sizes are bytes where no unit is named or chosen. Points in time are seconds since 1970-01-01 UTC, or
- *            local calendar time in a TOLVANE_LIBTIME. Shares are per cent, their fraction cut off.
+ *            local calendar time in a TOLVANE_LIBTIME. Shares are per cent, their fraction cut off, where the operation
+ *            says nothing else.
  * Programs   Many answers come from shell tools. Their text and layout are part of the contract; what they write to
  *            standard error goes to the caller's.
- * Variables  PATH is where the shell looks for these tools. TZ is the zone of local times. The locale that setlocale has
- *            chosen counts in the enumerations alone.
+ * Variables  PATH is where the shell looks for these tools. COLUMNS, where it is exported, cuts the lines that ps
+ *            prints and a name or an id is looked for in. TZ is the zone of local times. The locale that setlocale
+ *            has chosen counts in the enumerations alone.
  */
 #ifndef TOLVANE_SYSTEMAPI_H
 #define TOLVANE_SYSTEMAPI_H
@@ -96,7 +98,7 @@ SYSTEMAPI_EXPORT unsigned long SystemApi_GetLastError(int* pInt_ErrorCode);
 #define ERROR_SYSTEMAPI_FILE_SPARSE_PARAMETER 0x040A0050UL       /* path is null, or size below 1 */
 #define ERROR_SYSTEMAPI_FILE_SPARSE_OPEN 0x040A0051UL            /* the file could not be opened; errno */
 #define ERROR_SYSTEMAPI_FILE_COPY_PARAMETER 0x040A0070UL         /* source or destination is null */
-#define ERROR_SYSTEMAPI_FILE_COPY_EXIST 0x040A0071UL             /* the tested path exists */
+#define ERROR_SYSTEMAPI_FILE_COPY_EXIST 0x040A0071UL             /* the destination (W: the source) exists */
 #define ERROR_SYSTEMAPI_FILE_COPY_COPY 0x040A0072UL              /* nothing was copied */
 /* Outside its operation's block on purpose: callers know this value. */
 #define ERROR_SYSTEMAPI_FILE_SPARSE_WRITE 0x040A0502UL /* a write stopped before the size; errno */
@@ -140,6 +142,8 @@ SYSTEMAPI_EXPORT bool SystemApi_File_GetFileAttrW(const wchar_t* lpszPath, SYSTE
  *         written stays.
  *
  * Blocking   while it writes, 4096 bytes at a time; allocates nothing that grows with the size.
+ * Signals    SIGXFSZ where the file would outgrow the process's limit (RLIMIT_FSIZE); it ends a process that does
+ *            not ignore it.
  * Privilege  write permission for the file, or for its folder where it is new.
  *
  * Surprising on purpose: despite the name the file has no holes, and takes its full size on the disk.
@@ -194,10 +198,13 @@ SYSTEMAPI_EXPORT bool SystemApi_File_DeleteMutilFolderW(const wchar_t* lpszPath,
  * \param[in] nSize      number of bytes; 0 leaves an empty file. Not checked: a negative one is not allowed
  * \return true when every byte has been handed to the kernel, or false with ..._SAVEBUFF_PARAMETER,
  *         ..._SAVEBUFF_OPEN (also when the folder is an existing file), or the code of folder creation,
- *         ..._CREATEFOLDER_CREATE, which also raises filesystem_error: for a folder part of 1024 characters or more,
- *         say, although the system could hold the file.
+ *         ..._CREATEFOLDER_CREATE. Folder creation may also raise filesystem_error, as does a folder part of 1024
+ *         characters or more, although the system could hold the file.
  *
- * Blocking   while it writes. A write that writes nothing, as on a full disk, is tried again until there is room.
+ * Blocking   while it writes. A write that writes nothing, as on a full disk or at a limit, is tried again until there
+ *            is room.
+ * Signals    SIGXFSZ where the file would outgrow the process's limit (RLIMIT_FSIZE); it ends a process that does
+ *            not ignore it.
  * Privilege  write permission for the file, or for the lowest folder that exists.
  *
  * Surprising on purpose: after a success into a new folder the error code reads ..._GETATTR_STAT, for the folder
@@ -210,17 +217,20 @@ SYSTEMAPI_EXPORT bool SystemApi_File_SaveBuffToFileW(const wchar_t* lpszPath, co
 /**
  * Copies a file, over an existing one too, and makes the destination's folder when it is missing.
  *
- * \param[in] lpszSource   the file to copy, not a folder
+ * \param[in] lpszSource   the file to copy; a folder, a pipe or a device raises
  * \param[in] lpszDest     the path of the copy; a bare name means the current folder
  * \param[in] bFailIfExist true: refuse when lpszDest exists, whether or not it may be read
  * \return true, or false with ..._COPY_PARAMETER, ..._COPY_EXIST, ..._COPY_COPY, or the code of folder creation,
- *         ..._CREATEFOLDER_CREATE. Nearly every failure of the copying itself is a filesystem_error; part of a copy may
- *         then stand. So is one of making the folder, and a folder part of lpszDest of 1024 characters or more.
+ *         ..._CREATEFOLDER_CREATE. Nearly every failure of the copying itself raises filesystem_error; part of a copy
+ *         may then stand. Folder creation raises it too, as does a folder part of lpszDest of 1024 characters or more.
  *
  * Blocking   while it copies.
+ * Signals    SIGXFSZ where the file would outgrow the process's limit (RLIMIT_FSIZE); it ends a process that does
+ *            not ignore it.
  * Privilege  read permission for the source, write permission for the copy or for the lowest folder that exists.
  *
- * Surprising on purpose: the error code after a success into a new folder is that of SystemApi_File_SaveBuffToFileA.
+ * Surprising on purpose: after a success into a new folder the error code reads ..._GETATTR_STAT, for the folder
+ * that was looked for and was missing. The flag is false.
  */
 SYSTEMAPI_EXPORT bool SystemApi_File_CopyFileA(const char* lpszSource, const char* lpszDest, bool bFailIfExist);
 /**
@@ -233,13 +243,13 @@ SYSTEMAPI_EXPORT bool SystemApi_File_CopyFileW(const wchar_t* lpszSource, const 
 /**
  * Lists what a folder or a whole tree holds, as a table of rows.
  *
- * \param[in]  lpszPath       a folder ("data" or "data/"), one star after its slash allowed; or a folder and a name with
- *                            an extension ("data/a.txt", or *.txt after the slash): then of the folder's files
- *                            those are listed whose extension begins with that one, in either case
+ * \param[in]  lpszPath       a folder ("data" or "data/"), one star after its slash allowed; or a folder and a name
+ *                            with an extension ("data/a.txt", or *.txt after the slash): then of the folder's
+ *                            files those are listed whose extension begins with that one, in either case
  * \param[out] pppszFileList  receives a table of *pInt_ListCount paths, each lpszPath's folder as written, a slash,
- *                            and the way from there, in the order of the operating system; null when not wanted. Give
- *                            it back with BaseLib_Memory_Free and the same count. Rows are of 1024 bytes, or all of
- *                            them as long as the longest path needs
+ *                            and the way from there ("a.txt" alone gives "./a.txt"), in the order of the operating
+ *                            system; null when not wanted. Give it back with BaseLib_Memory_Free and the same count.
+ *                            Rows are of 1024 bytes, or all of them as long as the longest path needs
  * \param[out] pInt_ListCount receives the number of rows; null when not wanted
  * \param[in]  bRecursion     true: the whole tree, a folder before what it holds; false: the folder's own entries
  * \param[in]  nFileType      1 files, 2 folders, 3 both; any other value takes nothing. What is no folder and no
@@ -258,12 +268,13 @@ SYSTEMAPI_EXPORT bool SystemApi_File_CopyFileW(const wchar_t* lpszSource, const 
  * Surprising on purpose:
  * - A folder whose own name has an extension is a pattern ("data.d" lists files d* of the current folder); write
  *   "data.d/".
+ * - A star in an extension is an ordinary character: "data/a.t*" finds nothing.
  * - In a tree, folders named "$RECYCLE.BIN" and "System Volume Information" are left out with all they hold; in a
  *   folder's own entries they are not.
  * - In a tree, files (not folders) come in the 8-bit form of the current locale (BaseLib_Charset_UnicodeToAnsi): the
  *   same bytes, unless the locale has other ones for the name. A path that does not fit 1023 bytes is then an empty
  *   row, and a file whose path is not UTF-8 raises (EILSEQ), whether or not its extension passes.
- * - A path of 1024 bytes or more that ends in a star ends the process (abort).
+ * - A path of 1024 bytes or more that ends in a star and has no extension ends the process (abort).
  */
 SYSTEMAPI_EXPORT bool SystemApi_File_EnumFileA(const char* lpszPath, char*** pppszFileList, int* pInt_ListCount,
                                                bool bRecursion, int nFileType);
@@ -383,11 +394,11 @@ SYSTEMAPI_EXPORT bool SystemApi_HardWare_GetCpuInfomation(tag_SystemApi_Cpu_Info
  * Blocking   until each command has ended; where sudo wants a password and has a terminal, it asks for it there.
  * Privilege  a sudo that asks for no password, for the superuser too; without it the fields stay empty.
  *
- * Surprising on purpose: the processor ID is the second ID that dmidecode lists, so where the list holds one it is
- * empty; its last character is cut whatever it is. The disk's number is the first text in quotes in what blkid
- * prints second, which for a whole disk usually is the UUID of its partition table; a label with a blank in it
- * leaves the device's name. Of the fields in the order board, processor, disk, system, the first that begins with
- * "none" or "null" (in any case) is cleared, and the later ones are not looked at.
+ * Surprising on purpose: the processor ID is the second of the sorted, different IDs that dmidecode lists, so with one
+ * processor, or several of a kind, it is empty; its last character is cut whatever it is. The disk's number is the
+ * first text in quotes in what blkid prints second, which for a whole disk usually is the UUID of its partition table;
+ * a label with a blank in it leaves the device's name. Of the fields in the order board, processor, disk, system, the
+ * first that begins with "none" or "null" (in any case) is cleared, and the later ones are not looked at.
  */
 SYSTEMAPI_EXPORT bool SystemApi_HardWare_GetSerial(tag_SystemApi_SdkSerial_Information* pSt_SDKSerial);
 
@@ -470,7 +481,7 @@ SYSTEMAPI_EXPORT bool SystemApi_Process_ReadCmdReturn(const char* lpszCmd, char*
  *         - ..._READCMD_POPEN when a command could not be started; what came before it is written.
  *
  * Runs, one after the other, "ps -ef | grep NAME | awk '{print $2}'" for a name, then
- * "/proc/<id>/stat", "/proc/<id>/statm" and "cat /proc/<id>/loginuid". A command longer than 1023 bytes is cut.
+ * "/proc/ID/stat", "/proc/ID/statm" and "cat /proc/ID/loginuid". A command longer than 1023 bytes is cut.
  *
  * Blocking   until each command has ended.
  * Privilege  none.
@@ -535,12 +546,13 @@ SYSTEMAPI_EXPORT bool SystemApi_Process_RunProcess(unsigned long* pInt_ProcessId
  *                            pattern, matched against whole lines of the listing (user names, arguments): never
  *                            pass text from an untrusted source
  * \param[in] nPid            the process id when no name is given, handed to kill as it is: 0 is the caller's
- *                            process group, -1 every process that may be signalled, below -1 another group
+ *                            process group, the caller included, -1 every process that may be signalled, below
+ *                            -1 another group
  * \param[in] bWaitSigchld    whether SIGCHLD is ignored, process-wide, until the process has ended
  * \return true once the signal is sent and the wait is over; or false with
  *         - ..._STOP_READCMD when the lookup could not be started;
  *         - ..._STOP_NOTFOUND when it found no process id, or its command would be longer than 1023 bytes;
- *         - ..._STOP_PERMISSION or ..._STOP_KILL as kill failed.
+ *         - ..._STOP_PERMISSION when kill was not permitted, ..._STOP_KILL when it failed otherwise.
  *
  * A name runs "ps -aux | grep NAME | grep -v grep | awk '{print $2}'" and stops the first process it lists, no
  * other.
@@ -563,7 +575,7 @@ SYSTEMAPI_EXPORT bool SystemApi_Process_Stop(const char* lpszProcessName, int nP
  * \param[in]  nPid       the process id; 0 is the calling process
  * \return true, or false with 0x040A3000 (pointer is null) or ..._READCMD_POPEN, output untouched.
  *
- * Runs "ps aux | grep <id> | awk '{print($3$4);}'" and takes the number that its first line begins with.
+ * Runs "ps aux | grep ID | awk '{print($3$4);}'" and takes the number that its first line begins with.
  *
  * Blocking   until the command has ended.
  * Privilege  none.
@@ -581,7 +593,7 @@ SYSTEMAPI_EXPORT bool SystemApi_Process_GetProcessCpuUsage(int* pInt_Usage, int 
  * \param[in]  nPid     the process id; 0 is the calling process
  * \return true, or false with 0x040A3000 (record is null) or ..._READCMD_POPEN, record untouched.
  *
- * Runs "ps -p <id> -o lstart=" and reads its first line, which is English in every locale of the caller.
+ * Runs "ps -p ID -o lstart=" and reads its first line, which is English in every locale of the caller.
  *
  * Blocking   until the command has ended.
  * Privilege  none.
@@ -592,7 +604,7 @@ SYSTEMAPI_EXPORT bool SystemApi_Process_GetProcessCpuUsage(int* pInt_Usage, int 
 SYSTEMAPI_EXPORT bool SystemApi_Process_GetUpTime(TOLVANE_LIBTIME* pSt_Time, int nPid);
 
 /**
- * Tells the path of a process's executable (readlink of /proc/<id>/exe).
+ * Tells the path of a process's executable (readlink of /proc/ID/exe).
  *
  * \param[out] ptszPath 1024 bytes, zeroed by the caller: no null character is written
  * \param[in]  nPid     the process id; 0 is the calling process
@@ -620,7 +632,7 @@ SYSTEMAPI_EXPORT bool SystemApi_Process_IsAdmin(void);
  * Tells the nice value of a process (getpriority).
  *
  * \param[out] pInt_Priority receives -20 (most favoured) to 19
- * \param[in]  nPid          the process id; 0 is the calling process
+ * \param[in]  nPid          the process id, which stands for its main thread; 0 is the calling process
  * \return true, or false with 0x040A3000 (pointer is null) or ..._GETPRIORITY_FAILED, output untouched.
  *
  * Blocking   never.
@@ -634,12 +646,13 @@ SYSTEMAPI_EXPORT bool SystemApi_Process_GetPriority(int* pInt_Priority, int nPid
  * Gives a process the highest priority (setpriority).
  *
  * \param[in] nPriority -20 or lower; the kernel takes what is lower for -20
- * \param[in] nPid      the process id; 0 is the calling process
+ * \param[in] nPid      the process id, which stands for its main thread: other threads keep theirs; 0 is the
+ *                      calling process
  * \return true, or false with ..._SETPRIORITY_RANGE, before any system call, or ..._SETPRIORITY_FAILED, for one
  *         where the caller lacks the privilege.
  *
  * Blocking   never.
- * Privilege  CAP_SYS_NICE, or a limit RLIMIT_NICE that allows -20.
+ * Privilege  CAP_SYS_NICE, or for a process of the same user a limit RLIMIT_NICE that allows -20.
  *
  * Surprising on purpose: no other nice value is accepted, 0 and positive ones included.
  */
@@ -687,7 +700,7 @@ SYSTEMAPI_EXPORT bool SystemApi_Process_GetProcessForCpu(int nPid, unsigned long
 #define ERROR_SYSTEMAPI_SYSTEM_GETPROCESSCOUNT_PARAMETER 0x040A1040UL /* count is null */
 #define ERROR_SYSTEMAPI_SYSTEM_GETPROCESSCOUNT_SYSINFO 0x040A1041UL   /* sysinfo failed; errno */
 #define ERROR_SYSTEMAPI_SYSTEM_SHUTDOWN_PARAMETER 0x040A1050UL        /* unknown selector */
-#define ERROR_SYSTEMAPI_SYSTEM_SHUTDOWN_EXEC 0x040A1051UL             /* the action failed; errno */
+#define ERROR_SYSTEMAPI_SYSTEM_SHUTDOWN_EXEC 0x040A1051UL             /* reboot failed (errno), or the command did */
 #define ERROR_SYSTEMAPI_SYSTEM_SYSTEMEX_PARAMETER 0x040A1060UL        /* command is null */
 #define ERROR_SYSTEMAPI_SYSTEM_SYSTEMEX_SIGNAL 0x040A1061UL           /* sigaction or sigprocmask failed; errno */
 #define ERROR_SYSTEMAPI_SYSTEM_SYSTEMEX_FORK 0x040A1062UL             /* fork failed; errno */
@@ -736,8 +749,8 @@ typedef struct SYSTEMAPI_PROCESS_INFO
 /**
  * Tells the distribution's name, version and code name, and the kernel's release.
  *
- * \param[in,out] ptszOSName    1024 bytes: NAME of /etc/os-release, without its quotes
- * \param[in,out] ptszOSVersion 1024 bytes: VERSION_ID, without its quotes
+ * \param[in,out] ptszOSName    1024 bytes: NAME of /etc/os-release, without its double quotes
+ * \param[in,out] ptszOSVersion 1024 bytes: VERSION_ID, without its double quotes
  * \param[in,out] ptszOSBuild   1024 bytes: the text in brackets in VERSION, the code name
  * \param[out]    pInt_OSType   receives 2, the code of this platform
  * \param[out]    ptszKernel    65 bytes: the release that uname gives; null when not wanted
@@ -802,8 +815,9 @@ SYSTEMAPI_EXPORT bool SystemApi_System_GetMemoryUsage(tag_SystemApi_Memory_Infom
  * Blocking   for the second between the samples.
  * Privilege  none.
  *
- * Surprising on purpose: niced time counts as time and not as busy. Where one processor counted no time at all the
- * result is -2147483648, and true; where a counter fell between the samples it may lie outside of 0 to 100.
+ * Surprising on purpose: niced time counts as time and not as busy; waiting for disks, interrupts and stolen time count
+ * as neither. Where one processor counted no user, niced, system or idle time, as when it waited for a disk all that
+ * second, the result is -2147483648, and true; where a counter fell between the samples it may lie outside of 0 to 100.
  */
 SYSTEMAPI_EXPORT bool SystemApi_System_GetCpuUsage(int* pInt_Usage);
 
@@ -831,7 +845,7 @@ SYSTEMAPI_EXPORT bool SystemApi_System_GetSysIdleTime(unsigned long* pInt_IdleTi
  * \return true, or false with 0x040A3002 (/proc could not be opened; errno; a code of the process block, on purpose),
  *         outputs untouched.
  *
- * Runs "cat /proc/<id>/cmdline" for each process, one after the other: a shell and a cat each.
+ * Runs "cat /proc/ID/cmdline" for each process, one after the other: a shell and a cat each.
  * The name is what that prints up to its first null character; it is empty for a kernel thread, a zombie, and a
  * process that ended meanwhile, whose cat then complains on standard error. A process whose command could not be
  * started is left out: the result is true all the same, and the code becomes ..._READCMD_POPEN.
@@ -874,7 +888,8 @@ SYSTEMAPI_EXPORT bool SystemApi_System_GetUpTime(TOLVANE_LIBTIME* pSt_SysTime);
 /**
  * Halts, restarts or suspends the machine, blanks or locks the screen, or ends a user's processes.
  *
- * \param[in] dwType one of SYSTEMAPI_SHUTDOWN_TYPE_...
+ * \param[in] dwType a selector SYSTEMAPI_SHUTDOWN_TYPE_*: POWEROFF 0x10001, MONITOROFF 0x10002, REBOOT 0x10003, LOGOFF
+ *                   0x10004, LOCK 0x10005, SUSPEND 0x10007
  * \return true, or false with ..._SHUTDOWN_PARAMETER for any other value (0x10006 included) or ..._SHUTDOWN_EXEC when
  *         the action failed: errno tells why, for POWEROFF, REBOOT and SUSPEND alone.
  *
@@ -883,11 +898,12 @@ SYSTEMAPI_EXPORT bool SystemApi_System_GetUpTime(TOLVANE_LIBTIME* pSt_SysTime);
  * "pkill -kill -u username" (system).
  *
  * Blocking   until the command has ended.
- * Signals    while a command runs, the process ignores SIGINT and SIGQUIT and the calling thread blocks SIGCHLD.
+ * Signals    while a command runs, the process ignores SIGINT and SIGQUIT and the calling thread blocks SIGCHLD. Where
+ *            the caller ignores SIGCHLD, a command that succeeded counts as failed.
  * Privilege  CAP_SYS_BOOT for POWEROFF, REBOOT and SUSPEND; for the others what their command needs.
  *
  * Surprising on purpose: POWEROFF halts the machine and leaves its power on. LOGOFF ends the processes of a user
- * whose name is "username", not the caller's.
+ * whose name is "username", not the caller's; without such a user it fails.
  */
 SYSTEMAPI_EXPORT bool SystemApi_System_Shutdown(unsigned long dwType);
 
