@@ -70,5 +70,6 @@ Member nFileSize .* is not documented|Tolvane_SystemApi/include/Tolvane_SystemAp
 TABLE
 refused <<'TABLE' # where the comments are whole, but a page would leave a question open
 SystemApi_File_CopyFileA: nothing on Blocking|Tolvane_SystemApi/include/Tolvane_SystemApi.h|/ \* Blocking   while it copies\.$/d
+STOP_KILL: no operation's result names it|Tolvane_SystemApi/include/Tolvane_SystemApi.h|s/ \.\.\._STOP_KILL when it failed otherwise//
 SystemApi_File_EnumFileA: no example|examples/file.c|/SystemApi_File_EnumFileA/d
 TABLE
