@@ -39,10 +39,9 @@ bool CCommandOutput::Fill()
     do
         nRead = read(fileno(m_Pipe.get()), m_pBuffer + m_nEnd, m_nSize - m_nEnd);
     while (nRead < 0 && errno == EINTR);
-    if (nRead <= 0)
-        return false;
-    m_nEnd += static_cast<std::size_t>(nRead);
-    return true;
+    m_bEnded = nRead <= 0;
+    m_nEnd += m_bEnded ? 0 : static_cast<std::size_t>(nRead);
+    return !m_bEnded;
 }
 
 bool CCommandOutput::ReadPieces(std::string_view& Pieces)
@@ -60,7 +59,7 @@ bool CCommandOutput::ReadPieces(std::string_view& Pieces)
             m_nBegin += nPieces;
             return true;
         }
-    } while (Fill());
+    } while (!m_bEnded && Fill());
     Pieces = {m_pBuffer + m_nBegin, m_nEnd - m_nBegin}; // the rest of the output
     m_nBegin = m_nEnd;
     return !Pieces.empty();

@@ -48,6 +48,7 @@ private:
     std::size_t m_nSize = sizeof(m_tszSmall);
     std::size_t m_nBegin = 0; // what is read and not yet given out: [m_nBegin, m_nEnd)
     std::size_t m_nEnd = 0;
+    bool m_bEnded = false; // nothing more comes
 };
 
 /// Where captured text goes.

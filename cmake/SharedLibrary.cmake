@@ -1,8 +1,9 @@
-# systemapi_exported_symbols(TARGET MAP): the target exports what the version script names and nothing else.
+# systemapi_shared_library(TARGET MAP): the target exports what the version script names and nothing else.
 # Neither -Bsymbolic nor protected visibility: a program that reads the globals holds copies of them, and
 # the library must use those copies.
-function(systemapi_exported_symbols TARGET MAP)
+function(systemapi_shared_library TARGET MAP)
     target_link_options(${TARGET} PRIVATE "LINKER:--version-script=${CMAKE_CURRENT_SOURCE_DIR}/${MAP}")
+    target_link_options(${TARGET} PRIVATE LINKER:-z,noseparate-code) # two mappings at load in the place of four
     if(NOT SYSTEMAPI_SANITIZE)
         target_link_options(${TARGET} PRIVATE "LINKER:--no-undefined")
     endif()
