@@ -22,8 +22,8 @@ public:
     /// False when the file could not be opened; errno then tells why.
     explicit operator bool() const noexcept { return static_cast<bool>(m_File); }
 
-    /// Reads the next line; false at the end of the file and where reading fails. Unlike fgets, which would drop text, it goes on after a
-    /// signal.
+    /// Reads the next line; false at the end of the file and where reading fails. Unlike fgets, which would drop text,
+    /// it goes on after a signal.
     [[nodiscard]] bool ReadLine() noexcept
     {
         constexpr std::size_t nLineMax = sizeof(m_tszLine) - 1;
