@@ -44,7 +44,9 @@ systemapi_pkg_config(tolvane-systemapi.pc Tolvane_SystemApi "${PROJECT_DESCRIPTI
                      "tolvane-baselib = ${PROJECT_VERSION}")
 
 install(FILES README.md CHANGELOG.md LICENSE DESTINATION ${SYSTEMAPI_DOC_DIR} COMPONENT Documents)
-install(DIRECTORY docs examples DESTINATION ${SYSTEMAPI_DOC_DIR} COMPONENT Documents)
+install(DIRECTORY docs DESTINATION ${SYSTEMAPI_DOC_DIR} COMPONENT Documents
+        FILES_MATCHING PATTERN "*.md" PATTERN "*.json" PATTERN "*.svg")
+install(DIRECTORY examples DESTINATION ${SYSTEMAPI_DOC_DIR} COMPONENT Documents)
 
 # Pages and completions that the build makes stand in its folder share, laid out as below share where they go.
 set(SYSTEMAPI_MADE ${PROJECT_BINARY_DIR}/share)

@@ -22,15 +22,15 @@ public:
     /// Takes one sample of every processor's time counters.
     ///
     /// \param[out] pSt_CpuOccupy an array with an element for each hardware thread
-    ///                           (std::thread::hardware_concurrency), filled in the order of /proc/stat; what a line does
-    ///                           not hold is left alone
+    ///                           (std::thread::hardware_concurrency), filled in the order of the second and later lines of
+    ///                           /proc/stat, whatever they are; what a line does not hold is left alone
     /// \return true, or false with ..._GETOCCUPY_OPEN or ..._GETOCCUPY_READ, array untouched.
     bool SystemApi_System_Get_Occupy(tag_LinuxSdk_SystemCpu_Occupy* pSt_CpuOccupy);
     /// Tells how busy a processor was between two samples. Leaves the error state alone.
     ///
     /// \param[in] pSt_First  the earlier sample of the processor
     /// \param[in] pSt_Second the later one
-    /// \return per cent: user and system time of all counted time. NaN or an infinity where no time was counted, and out
+    /// \return per cent: user and system time of all counted time, of which niced time is a part. NaN or an infinity where no time was counted, and out
     ///         of 0 to 100 where a counter fell or the total wrapped.
     float SystemApi_System_Cal_Occupy(tag_LinuxSdk_SystemCpu_Occupy* pSt_First,
                                       tag_LinuxSdk_SystemCpu_Occupy* pSt_Second);

@@ -563,7 +563,7 @@ SYSTEMAPI_EXPORT bool SystemApi_Process_Stop(const char* lpszProcessName, int nP
  * \param[in]  nPid       the process id; 0 is the calling process
  * \return true, or false with 0x040A3000 (pointer is null) or ..._READCMD_POPEN, output untouched.
  *
- * Runs "ps aux | grep <id> | awk '{print($3$4);}'" and takes the first number of the first 1023 bytes.
+ * Runs "ps aux | grep <id> | awk '{print($3$4);}'" and takes the number that its first line begins with.
  *
  * Blocking   until the command has ended.
  * Privilege  none.
@@ -719,7 +719,7 @@ typedef struct tag_SystemApi_Memory_Infomation
 /** One sample of one processor's time counters, in clock ticks; they wrap. */
 typedef struct tag_LinuxSdk_SystemCpu_Occupy
 {
-    char tszCpuName[20];   /**< first word of the line, "cpu0" */
+    char tszCpuName[20];   /**< first word of the line, "cpu0", cut at 19 bytes */
     unsigned int dwUser;   /**< user time */
     unsigned int dwNice;   /**< niced user time */
     unsigned int dwSystem; /**< system time */
@@ -803,7 +803,7 @@ SYSTEMAPI_EXPORT bool SystemApi_System_GetMemoryUsage(tag_SystemApi_Memory_Infom
  * Privilege  none.
  *
  * Surprising on purpose: niced time counts as time and not as busy. Where one processor counted no time at all the
- * result is -2147483648, and true.
+ * result is -2147483648, and true; where a counter fell between the samples it may lie outside of 0 to 100.
  */
 SYSTEMAPI_EXPORT bool SystemApi_System_GetCpuUsage(int* pInt_Usage);
 
@@ -906,7 +906,7 @@ SYSTEMAPI_EXPORT bool SystemApi_System_Shutdown(unsigned long dwType);
  *            command itself gets them as they were.
  * Privilege  the caller's, which the command has too.
  *
- * Surprising on purpose: the limit meets the shell alone, so a program that it started in the background goes on.
+ * Surprising on purpose: the limit meets the shell alone, so a program that it started goes on.
  * After ..._SYSTEMEX_SIGNAL the dispositions that were already changed stay so, and after ..._SYSTEMEX_FORK all of
  * them and the mask do.
  */

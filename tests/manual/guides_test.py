@@ -92,4 +92,4 @@ for path, text in documents.items():
             shown += 1
 require(shown > 4, f"{shown} programs are shown")
 
-sys.exit("\n".join(faults))
+sys.exit("\n".join(faults) or None)
