@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 /// Makes one operation, or the bare calls that obey the same rules, so often: scripts/syscalls traces it.
 #include <Tolvane_BaseLib.h>
 #include <Tolvane_SystemApi.h>

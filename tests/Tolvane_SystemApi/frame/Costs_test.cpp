@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 /// What operations cost, in numbers that do not depend on the machine's speed: system calls and allocations.
 #include "Fakes.h"
 #include "Sandbox.h"
@@ -168,14 +169,14 @@ void FakeMachine()
     ASSERT_EQ(chdir("/mnt"), 0);
     Write("four", "1\n2\n3\n4\n");
     Write("text", std::string(16000, 'x'));
-    fs::create_directories("files");
+    fs::create_directories("some");
     fs::create_directories("more");
     for (int nFile = 1000; nFile < 3000; ++nFile)
     {
         const std::string Name = "/a-name-of-usual-length." + std::to_string(nFile);
         Write("more" + Name, "");
         if (nFile < 2000)
-            Write("files" + Name, "");
+            Write("some" + Name, "");
     }
 }
 
