@@ -10,11 +10,9 @@
 
 namespace
 {
-/// The strict UTF-8 form of a character; 0 bytes where there is none.
-std::size_t EncodeUtf8(wchar_t chSource, char (&tszForm)[4]) noexcept
+/// The strict UTF-8 form of a character outside ASCII; 0 bytes where there is none.
+std::size_t EncodeUtf8(std::uint32_t nCode, char (&tszForm)[4]) noexcept
 {
-    const auto nCode =
-        static_cast<std::uint32_t>(chSource); // NOLINT(bugprone-signed-char-misuse,cert-str34-c): wchar_t
     const auto Lead = [nCode](int nShift, unsigned nMark) {
         return static_cast<char>(nMark | (nCode >> nShift));
     };
@@ -22,11 +20,6 @@ std::size_t EncodeUtf8(wchar_t chSource, char (&tszForm)[4]) noexcept
         return static_cast<char>(0x80U | ((nCode >> nShift) & 0x3FU));
     };
 
-    if (nCode < 0x80)
-    {
-        tszForm[0] = static_cast<char>(nCode);
-        return 1;
-    }
     if (nCode < 0x800)
     {
         tszForm[0] = Lead(6, 0xC0);
@@ -62,6 +55,12 @@ public:
         std::memcpy(m_tszText + m_nLength, pForm, nForm);
         m_nLength += nForm;
     }
+    void Append(char chForm) noexcept
+    {
+        m_bRoom = m_bRoom && m_nLength + 1 < sizeof(m_tszText);
+        if (m_bRoom)
+            m_tszText[m_nLength++] = chForm;
+    }
     void Clear() noexcept
     {
         m_nLength = 0;
@@ -87,8 +86,15 @@ bool ToUtf8(const wchar_t* lpszSource, CForm& Form) noexcept
 {
     for (; *lpszSource != L'\0'; ++lpszSource)
     {
+        // NOLINTNEXTLINE(bugprone-signed-char-misuse,cert-str34-c): wchar_t
+        const auto nCode = static_cast<std::uint32_t>(*lpszSource);
+        if (nCode < 0x80)
+        {
+            Form.Append(static_cast<char>(nCode));
+            continue;
+        }
         char tszForm[4];
-        const std::size_t nForm = EncodeUtf8(*lpszSource, tszForm);
+        const std::size_t nForm = EncodeUtf8(nCode, tszForm);
         if (nForm == 0)
             return false;
         Form.Append(tszForm, nForm);

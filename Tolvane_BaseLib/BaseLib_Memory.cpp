@@ -24,6 +24,9 @@ struct ROW_BLOCK
 constexpr std::size_t nHeadPointers = sizeof(ROW_BLOCK) / sizeof(void*);
 
 constexpr std::size_t nHugePage = std::size_t{2} << 20;
+// Of a table. A machine that borrows its memory page by page from another pays dearly for huge pages that are new to
+// it, several times what small ones cost: that stays bounded.
+constexpr std::size_t nHugeMost = std::size_t{128} << 20;
 constexpr std::size_t nLarge = nHugePage / 4; // from so many bytes on rows share a block: it takes no longer
 
 ROW_BLOCK& BlockOf(void** ppTable) noexcept
@@ -54,8 +57,8 @@ constexpr std::size_t RoundUp(std::size_t nNumber, std::size_t nUnit) noexcept
     return (nNumber + nUnit - 1) / nUnit * nUnit;
 }
 
-/// All rows in one block of fresh pages, which are zero, and huge where the kernel gives such: the page faults of
-/// small ones cost more than the writing of the rows.
+/// All rows in one block of fresh pages, which are zero. The first ones are huge where the kernel gives such: the page
+/// faults of small ones cost more than the writing of the rows.
 bool MakeBlock(void** ppTable, std::size_t nCount, std::size_t nRowSize) noexcept
 {
     if (nCount > PTRDIFF_MAX / nRowSize)
@@ -72,7 +75,7 @@ bool MakeBlock(void** ppTable, std::size_t nCount, std::size_t nRowSize) noexcep
     const auto nAddress = reinterpret_cast<std::uintptr_t>(pMemory);
     char* pRow = static_cast<char*>(pMemory) + (RoundUp(nAddress, nHugePage) - nAddress);
     const int nErrno = errno;
-    madvise(pRow, nSize, MADV_HUGEPAGE);
+    madvise(pRow, std::min(nSize, nHugeMost), MADV_HUGEPAGE);
     errno = nErrno; // a refusal does no harm
     for (std::size_t nRow = 0; nRow < nCount; ++nRow, pRow += nRowSize)
         ppTable[nRow] = pRow;

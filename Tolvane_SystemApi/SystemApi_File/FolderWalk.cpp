@@ -5,6 +5,7 @@
 #include <fcntl.h>
 #include <sys/stat.h>
 #include <system_error>
+#include <utility>
 
 namespace fs = std::filesystem;
 
@@ -19,15 +20,6 @@ std::error_code Code(int nError) noexcept
 }
 } // namespace
 
-CFolderWalk::CDescriptor::~CDescriptor()
-{
-    if (m_nDescriptor == -1)
-        return;
-    const int nErrno = errno;
-    close(m_nDescriptor);
-    errno = nErrno;
-}
-
 CFolderWalk::CFolderWalk(const fs::path& Folder, bool bRecursion) : m_bRecursion(bRecursion), m_Path(Folder.native())
 {
     if (const int nError = Enter(AT_FDCWD, m_Path.c_str(), 0))
@@ -40,7 +32,7 @@ CFolderWalk::CFolderWalk(const fs::path& Folder, bool bRecursion) : m_bRecursion
 int CFolderWalk::Enter(int nParent, const char* lpszFolder, int nFlags)
 {
     CDescriptor m_Descriptor(openat(nParent, lpszFolder, O_RDONLY | O_DIRECTORY | O_CLOEXEC | nFlags));
-    if (m_Descriptor.Get() == -1)
+    if (!m_Descriptor)
         return errno == EACCES ? 0 : errno;
     const std::size_t nBegin = m_Folders.empty() ? 0 : m_Folders.back().nEnd;
     const std::size_t nName = m_Path.size() + (m_Path.ends_with('/') ? 0 : 1);

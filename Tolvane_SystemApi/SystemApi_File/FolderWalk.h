@@ -1,12 +1,12 @@
 /// The walk over a folder or a tree.
 #pragma once
 
+#include "../Handle.h"
+
 #include <cstddef>
 #include <filesystem>
 #include <string>
 #include <string_view>
-#include <unistd.h>
-#include <utility>
 #include <vector>
 
 /// Does what the standard iterators with skip_permission_denied do, to the letter of their exceptions, without their
@@ -29,18 +29,6 @@ public:
     void StayOut() noexcept { m_bMayEnter = false; }
 
 private:
-    class CDescriptor
-    {
-    public:
-        explicit CDescriptor(int nDescriptor) noexcept : m_nDescriptor(nDescriptor) {}
-        CDescriptor(CDescriptor&& Other) noexcept : m_nDescriptor(std::exchange(Other.m_nDescriptor, -1)) {}
-        CDescriptor& operator=(CDescriptor&&) = delete;
-        ~CDescriptor();
-        [[nodiscard]] int Get() const noexcept { return m_nDescriptor; }
-
-    private:
-        int m_nDescriptor;
-    };
     /// An open folder. What was read of it and is still to be met lies in m_Entries, behind that of its parent.
     struct FOLDER
     {

@@ -12,6 +12,7 @@
 #include <cstdint>
 #include <cstdlib>
 #include <cwchar>
+#include <fcntl.h>
 #include <numeric>
 #include <optional>
 #include <string_view>
@@ -57,16 +58,27 @@ struct FileRules<wchar_t>
     static constexpr bool bTreeFilesByAnsi = false;
 };
 
-/// A new, empty file for writing. Unbuffered: what is written is handed to the kernel at once, so that a full disk
-/// shows at the write, and nothing is copied on the way.
-template <typename Char>
-FileHandle CreateFileToWrite(const Char* lpszPath)
+/// A new, empty file. What is written to it is handed to the kernel at once, so that a full disk shows at the write,
+/// and nothing is copied on the way.
+class CNewFile
 {
-    FileHandle m_File(fopen(CSystemPath<Char>(lpszPath).Get(), "wbe"));
-    if (m_File)
-        setvbuf(m_File.get(), nullptr, _IONBF, 0);
-    return m_File;
-}
+public:
+    template <typename Char>
+    explicit CNewFile(const Char* lpszPath)
+        : m_File(open(CSystemPath<Char>(lpszPath).Get(), O_WRONLY | O_CREAT | O_TRUNC | O_CLOEXEC, 0666))
+    {}
+    explicit operator bool() const noexcept { return static_cast<bool>(m_File); }
+
+    /// How many bytes were written; 0 after a failure.
+    std::size_t Write(const char* pBytes, std::size_t nBytes) const noexcept
+    {
+        const ssize_t nWritten = write(m_File.Get(), pBytes, nBytes);
+        return nWritten > 0 ? static_cast<std::size_t>(nWritten) : 0;
+    }
+
+private:
+    CDescriptor m_File;
+};
 } // namespace
 
 /* ---------------------------------------------------------------------------------------------------
@@ -103,13 +115,13 @@ bool CreateSparseFile(const Char* lpszPath, long long nSize)
     ClearError();
     if (!lpszPath || nSize < 1)
         return Fail(ERROR_SYSTEMAPI_FILE_SPARSE_PARAMETER);
-    const FileHandle m_File = CreateFileToWrite(lpszPath);
+    const CNewFile m_File(lpszPath);
     if (!m_File)
         return Fail(ERROR_SYSTEMAPI_FILE_SPARSE_OPEN);
     auto nRest = static_cast<std::uint64_t>(nSize);
     while (nRest > 0) // Kept on purpose: every byte is written, despite the name.
     {
-        const std::size_t nWritten = fwrite(tszZeros, 1, std::min(nRest, sizeof(tszZeros)), m_File.get());
+        const std::size_t nWritten = m_File.Write(tszZeros, std::min(nRest, sizeof(tszZeros)));
         if (nWritten == 0)
             return Fail(ERROR_SYSTEMAPI_FILE_SPARSE_WRITE);
         nRest -= nWritten;
@@ -222,14 +234,13 @@ bool SaveBuffToFile(const Char* lpszPath, const char* lpszBuffer, int nSize)
         return Fail(ERROR_SYSTEMAPI_FILE_SAVEBUFF_PARAMETER);
     if (!MakeFolderOf(lpszPath))
         return false;
-    const FileHandle m_File = CreateFileToWrite(lpszPath);
+    const CNewFile m_File(lpszPath);
     if (!m_File)
         return Fail(ERROR_SYSTEMAPI_FILE_SAVEBUFF_OPEN);
     const auto nCount = static_cast<std::uint64_t>(nSize);
     std::uint64_t nTotal = 0;
-    do // Kept on purpose: a write that writes nothing is tried again, without a limit.
-        nTotal += fwrite(lpszBuffer + nTotal, 1, nCount - nTotal, m_File.get());
-    while (nTotal < nCount);
+    while (nTotal < nCount) // Kept on purpose: a write that writes nothing is tried again, without a limit.
+        nTotal += m_File.Write(lpszBuffer + nTotal, nCount - nTotal);
     return true;
 }
 

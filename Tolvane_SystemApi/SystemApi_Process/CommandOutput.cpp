@@ -4,48 +4,74 @@
 
 #include <algorithm>
 #include <cstring>
+#include <fcntl.h>
 #include <unistd.h>
 
-bool CCommandOutput::Fill()
+/// For output that fills the small buffer at once: a larger one, neither on the stack nor on the heap, and a larger
+/// pipe, so that the command goes on writing meanwhile. Where either is refused, reading goes on without it.
+void CCommandOutput::UseLargeBuffer()
 {
-    if (m_nBegin > 0)
-    {
-        std::memmove(m_tszBuffer.data(), m_tszBuffer.data() + m_nBegin, m_nEnd - m_nBegin);
-        m_nEnd -= m_nBegin;
-        m_nBegin = 0;
-    }
-    ssize_t nRead = 0;
-    do
-        nRead = read(fileno(m_Pipe.get()), m_tszBuffer.data() + m_nEnd, m_tszBuffer.size() - m_nEnd);
-    while (nRead < 0 && errno == EINTR);
-    if (nRead <= 0)
-        return false;
-    m_nEnd += static_cast<std::size_t>(nRead);
-    return true;
+    constexpr int nPipeSize = 256 << 10;
+
+    const int nErrno = errno;
+    fcntl(fileno(m_Pipe.get()), F_SETPIPE_SZ, nPipeSize);
+    void* const pLarge = mmap(nullptr, nLargeSize, PROT_READ | PROT_WRITE, MAP_PRIVATE | MAP_ANONYMOUS, -1, 0);
+    errno = nErrno;
+    if (pLarge == MAP_FAILED)
+        return;
+    m_Large.reset(static_cast<char*>(pLarge));
+    std::memcpy(m_Large.get(), m_pBuffer, m_nEnd);
+    m_pBuffer = m_Large.get();
+    m_nSize = nLargeSize;
 }
 
-bool CCommandOutput::ReadPiece(std::string_view& Piece)
+/// Reads on behind what is held, which is less than one piece.
+bool CCommandOutput::Fill()
 {
-    std::size_t nSeen = 0; // bytes of the piece that are known to hold no line end
-    for (;;)
+    const bool bWasFull = m_nEnd == m_nSize;
+    std::memmove(m_pBuffer, m_pBuffer + m_nBegin, m_nEnd - m_nBegin);
+    m_nEnd -= m_nBegin;
+    m_nBegin = 0;
+    if (bWasFull && !m_Large)
+        UseLargeBuffer();
+
+    ssize_t nRead = 0;
+    do
+        nRead = read(fileno(m_Pipe.get()), m_pBuffer + m_nEnd, m_nSize - m_nEnd);
+    while (nRead < 0 && errno == EINTR);
+    m_bEnded = nRead <= 0;
+    m_nEnd += m_bEnded ? 0 : static_cast<std::size_t>(nRead);
+    return !m_bEnded;
+}
+
+bool CCommandOutput::ReadPieces(std::string_view& Pieces)
+{
+    do
     {
-        const char* const pBegin = m_tszBuffer.data() + m_nBegin;
-        const std::size_t nHeld = std::min(m_nEnd - m_nBegin, nPieceMax);
-        const void* const pLineEnd = nHeld > nSeen ? std::memchr(pBegin + nSeen, '\n', nHeld - nSeen) : nullptr;
-        std::size_t nPiece = 0;
-        if (pLineEnd)
-            nPiece = static_cast<std::size_t>(static_cast<const char*>(pLineEnd) - pBegin) + 1;
-        else if (nHeld == nPieceMax || !Fill()) // long enough without a line end, or the rest of the output
-            nPiece = nHeld;
-        else
+        const char* const pHeld = m_pBuffer + m_nBegin;
+        const std::size_t nHeld = m_nEnd - m_nBegin;
+        const auto* const pLineEnd = static_cast<const char*>(memrchr(pHeld, '\n', nHeld));
+        const std::size_t nLines = pLineEnd ? static_cast<std::size_t>(pLineEnd - pHeld) + 1 : 0;
+        const std::size_t nPieces = nLines + (nHeld - nLines) / nPieceMax * nPieceMax;
+        if (nPieces > 0)
         {
-            nSeen = nHeld;
-            continue;
+            Pieces = {pHeld, nPieces};
+            m_nBegin += nPieces;
+            return true;
         }
-        Piece = {m_tszBuffer.data() + m_nBegin, nPiece};
-        m_nBegin += nPiece;
-        return nPiece > 0;
-    }
+    } while (!m_bEnded && Fill());
+    Pieces = {m_pBuffer + m_nBegin, m_nEnd - m_nBegin}; // the rest of the output
+    m_nBegin = m_nEnd;
+    return !Pieces.empty();
+}
+
+std::string_view CCommandOutput::TakePiece(std::string_view& Pieces)
+{
+    std::string_view Piece = Pieces.substr(0, nPieceMax);
+    if (const std::size_t nLineEnd = Piece.find('\n'); nLineEnd != Piece.npos)
+        Piece = Piece.substr(0, nLineEnd + 1);
+    Pieces.remove_prefix(Piece.size());
+    return Piece;
 }
 
 namespace
@@ -88,6 +114,55 @@ private:
     std::size_t m_nEnd = 0;
     std::size_t m_nAppended = 0;
 };
+
+/// Takes the run of lines that was asked for.
+class CLineRun
+{
+public:
+    CLineRun(const CAPTURE_TARGET& st_Target, int nReadLines, int nStartLine) noexcept
+        : m_Appender(st_Target), m_bFirstNulEnds(st_Target.bFirstNulEnds), m_nReadLines(nReadLines),
+          m_nStartLine(nStartLine)
+    {}
+
+    /// Takes whole pieces; false when no line after them is wanted.
+    bool Take(std::string_view Pieces) noexcept
+    {
+        const bool bAllTaken = m_nReadLines < 1 && m_nLine >= m_nStartLine;
+        if (bAllTaken && Pieces.find('\0') == Pieces.npos) // where they are parted makes no difference
+        {
+            Append(Pieces);
+            return true;
+        }
+        while (!Pieces.empty())
+        {
+            const std::string_view Piece = CCommandOutput::TakePiece(Pieces);
+            if (m_nLine++ < m_nStartLine)
+                continue;
+            const std::size_t nText = std::min(Piece.find('\0'), Piece.size());
+            Append(Piece.substr(0, nText));
+            m_bEnded = m_bEnded || (m_bFirstNulEnds && nText < Piece.size());
+            if (++m_nCopied == m_nReadLines)
+                return false;
+        }
+        return true;
+    }
+    [[nodiscard]] std::size_t Appended() const noexcept { return m_Appender.Appended(); }
+
+private:
+    void Append(std::string_view Text) noexcept
+    {
+        if (!m_bEnded)
+            m_Appender.Append(Text);
+    }
+
+    CAppender m_Appender;
+    bool m_bFirstNulEnds;
+    bool m_bEnded = false;
+    long long m_nReadLines;
+    long long m_nStartLine;
+    long long m_nLine = 1; // the next one
+    long long m_nCopied = 0;
+};
 } // namespace
 
 bool ReadCommand(const char* lpszCmd, const CAPTURE_TARGET& st_Target, int nReadLines, int nStartLine, int* pInt_Len)
@@ -95,28 +170,16 @@ bool ReadCommand(const char* lpszCmd, const CAPTURE_TARGET& st_Target, int nRead
     ClearError();
     if (!lpszCmd || !st_Target.ptszBuffer)
         return Fail(ERROR_SYSTEMAPI_PROCESS_READCMD_PARAMETER);
-    CAppender m_Appender(st_Target);
+    CLineRun m_Lines(st_Target, nReadLines, nStartLine);
     {
         CCommandOutput m_Output(lpszCmd);
         if (!m_Output)
             return Fail(ERROR_SYSTEMAPI_PROCESS_READCMD_POPEN);
-
-        bool bEnded = false;
-        long long nCopied = 0;
-        std::string_view Piece;
-        for (long long nLine = 1; m_Output.ReadPiece(Piece); ++nLine)
-        {
-            if (nLine < nStartLine)
-                continue;
-            const std::size_t nText = std::min(Piece.find('\0'), Piece.size());
-            if (!bEnded)
-                m_Appender.Append(Piece.substr(0, nText));
-            bEnded = bEnded || (st_Target.bFirstNulEnds && nText < Piece.size());
-            if (++nCopied == nReadLines)
-                break;
-        }
+        std::string_view Pieces;
+        while (m_Output.ReadPieces(Pieces) && m_Lines.Take(Pieces))
+        {}
     } // the command is over
     if (pInt_Len)
-        *pInt_Len = static_cast<int>(m_Appender.Appended());
+        *pInt_Len = static_cast<int>(m_Lines.Appended());
     return true;
 }

@@ -3,14 +3,14 @@
 
 #include "../Handle.h"
 
-#include <array>
 #include <cstddef>
 #include <limits>
 #include <string_view>
+#include <sys/mman.h>
 
-/// Runs a shell command and cuts its standard output into pieces: lines, and of a line of more than 2047 bytes
-/// pieces of 2047 bytes and a rest. Reads the pipe itself, because fgets drops text when a signal handler without
-/// SA_RESTART interrupts it.
+/// Runs a shell command and reads its standard output in blocks of whole pieces. A piece is a line; a line of more
+/// than 2047 bytes is pieces of 2047 bytes and a rest. Reads the pipe itself, because fgets drops text when a signal
+/// handler without SA_RESTART interrupts it.
 class CCommandOutput
 {
 public:
@@ -19,21 +19,36 @@ public:
     /// Starts the command. No program that is started meanwhile inherits the pipe, so that a command whose reader
     /// has gone is told so.
     explicit CCommandOutput(const char* lpszCmd) : m_Pipe(popen(lpszCmd, "re")) {}
+    CCommandOutput& operator=(CCommandOutput&&) = delete;
 
     /// False when the command could not be started; errno then tells why.
     explicit operator bool() const noexcept { return m_Pipe != nullptr; }
 
-    /// Gives the next piece, line end and null characters included; false at the end of the output. The piece
-    /// lives until the next call.
-    [[nodiscard]] bool ReadPiece(std::string_view& Piece);
+    /// Gives all whole pieces that have come, one at least, line ends and null characters included; false at the
+    /// end of the output. They live until the next call.
+    [[nodiscard]] bool ReadPieces(std::string_view& Pieces);
+
+    /// Takes the first piece off the ones that were read.
+    [[nodiscard]] static std::string_view TakePiece(std::string_view& Pieces);
 
 private:
+    static constexpr std::size_t nLargeSize = std::size_t{64} << 10;
+    struct Unmap
+    {
+        void operator()(char* pBlock) const noexcept { munmap(pBlock, nLargeSize); }
+    };
+
     [[nodiscard]] bool Fill();
+    void UseLargeBuffer();
 
     PipeHandle m_Pipe;
+    char m_tszSmall[4096]; // on the caller's stack, which may be a thread's small one
+    std::unique_ptr<char, Unmap> m_Large;
+    char* m_pBuffer = m_tszSmall;
+    std::size_t m_nSize = sizeof(m_tszSmall);
     std::size_t m_nBegin = 0; // what is read and not yet given out: [m_nBegin, m_nEnd)
     std::size_t m_nEnd = 0;
-    std::array<char, 4096> m_tszBuffer; // on the caller's stack, which may be a thread's small one
+    bool m_bEnded = false; // nothing more comes
 };
 
 /// Where captured text goes.

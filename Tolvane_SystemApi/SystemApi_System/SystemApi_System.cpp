@@ -143,12 +143,15 @@ bool CSystemApi_System::SystemApi_System_GetMemoryUsage(tag_SystemApi_Memory_Inf
         CCommandOutput m_Table("cat /proc/meminfo");
         if (!m_Table)
             return Fail(ERROR_SYSTEMAPI_SYSTEM_GETMEMORYUSAGE_POPEN);
-        std::string_view Piece;
-        while (m_Table.ReadPiece(Piece))
+        std::string_view Lines;
+        while (m_Table.ReadPieces(Lines))
         {
-            char tszLine[CCommandOutput::nPieceMax + 1] = {};
-            Piece.copy(tszLine, CCommandOutput::nPieceMax);
-            ReadMemoryLine(tszLine, *pSt_MemoryInfo);
+            while (!Lines.empty())
+            {
+                char tszLine[CCommandOutput::nPieceMax + 1];
+                tszLine[CCommandOutput::TakePiece(Lines).copy(tszLine, CCommandOutput::nPieceMax)] = '\0';
+                ReadMemoryLine(tszLine, *pSt_MemoryInfo);
+            }
         }
     }
 

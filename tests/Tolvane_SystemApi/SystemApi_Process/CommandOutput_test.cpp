@@ -74,6 +74,7 @@ TEST(ReadCommand, CutsWhatDoesNotFitItsBoundAndEndsAtANullWhereAsked)
     const std::tuple<const char*, const char*, bool, const char*> Rows[] = {
         {"ab", "printf '12\\n45\\n78\\n'", false, "ab12\n45"},
         {"ab12\n45", "echo more", false, "ab12\n45"},
+        {"ab", "seq 100000", false, "ab1\n2\n3"},
         {"ab", "printf '1\\n\\0002\\n3'", true, "ab1\n"}};
     for (const auto& [lpszBefore, lpszCmd, bFirstNulEnds, lpszExpected] : Rows)
     {
@@ -88,6 +89,22 @@ TEST(ReadCommand, CutsWhatDoesNotFitItsBoundAndEndsAtANullWhereAsked)
     EXPECT_EQ(std::string(tszUnended, 3), "uuG");
 }
 
+TEST(ReadPieces, GoesOnWhereNoMemoryIsLeft)
+{
+    CCommandOutput m_Output("seq 100000 100 9999999");
+    rlimit st_Before = {};
+    getrlimit(RLIMIT_AS, &st_Before);
+    const rlimit st_None = {1, st_Before.rlim_max};
+    setrlimit(RLIMIT_AS, &st_None);
+    errno = 0;
+    std::size_t nBytes = 0;
+    for (std::string_view Pieces; m_Output.ReadPieces(Pieces);)
+        nBytes += Pieces.size();
+    setrlimit(RLIMIT_AS, &st_Before);
+    EXPECT_EQ(nBytes, 9000U * 7 + 90000U * 8);
+    EXPECT_EQ(errno, 0);
+}
+
 #if !defined(__SANITIZE_ADDRESS__) && !defined(__SANITIZE_THREAD__) // they need more stack themselves
 TEST(ReadCmdReturn, FitsTheSmallestStackOfAThread)
 {
@@ -99,12 +116,12 @@ TEST(ReadCmdReturn, FitsTheSmallestStackOfAThread)
     const auto pfnCapture = [](void* ptszText) -> void* {
         tag_SystemApi_Memory_Infomation st_Memory = {};
         SystemApi_System_GetMemoryUsage(&st_Memory, 1);
-        SystemApi_Process_ReadCmdReturn("echo done", static_cast<char*>(ptszText), 0, 0, nullptr);
+        SystemApi_Process_ReadCmdReturn("seq 100000", static_cast<char*>(ptszText), 0, 100000, nullptr);
         return nullptr;
     };
     ASSERT_EQ(pthread_create(&nThread, &st_Attributes, pfnCapture, tszText), 0);
     ASSERT_EQ(pthread_join(nThread, nullptr), 0);
-    EXPECT_STREQ(tszText, "done\n");
+    EXPECT_STREQ(tszText, "100000\n");
     pthread_attr_destroy(&st_Attributes);
 }
 #endif
