@@ -2,6 +2,7 @@
 #include "Sandbox.h"
 
 #include <csignal>
+#include <cstdlib>
 #include <dlfcn.h>
 #include <functional>
 #include <new>
@@ -36,11 +37,19 @@ static int nAllocationsLeft = -1; // then they fail; never where negative
 
 void* operator new(std::size_t nSize)
 {
-    static auto* const pfnReal = reinterpret_cast<void* (*)(std::size_t)>(dlsym(RTLD_NEXT, "_Znwm"));
-    if (nAllocationsLeft == 0)
+    void* const pBlock = nAllocationsLeft == 0 ? nullptr : std::malloc(nSize);
+    if (!pBlock)
         throw std::bad_alloc();
     nAllocationsLeft -= nAllocationsLeft > 0;
-    return pfnReal(nSize);
+    return pBlock;
+}
+[[gnu::noinline]] void operator delete(void* pBlock) noexcept // in line, GCC would see a block of new that free gets
+{
+    std::free(pBlock);
+}
+[[gnu::noinline]] void operator delete(void* pBlock, std::size_t) noexcept
+{
+    std::free(pBlock);
 }
 
 namespace
