@@ -35,7 +35,8 @@ bool BaseLib_Memory_Malloc(void* pppTable, long long nRows, int nRowSize)
 
 static int nAllocationsLeft = -1; // then they fail; never where negative
 
-void* operator new(std::size_t nSize)
+// Not in line: GCC would warn of blocks of one kind that are released as the other.
+[[gnu::noinline]] void* operator new(std::size_t nSize)
 {
     void* const pBlock = nAllocationsLeft == 0 ? nullptr : std::malloc(nSize);
     if (!pBlock)
@@ -43,7 +44,7 @@ void* operator new(std::size_t nSize)
     nAllocationsLeft -= nAllocationsLeft > 0;
     return pBlock;
 }
-[[gnu::noinline]] void operator delete(void* pBlock) noexcept // in line, GCC would see a block of new that free gets
+[[gnu::noinline]] void operator delete(void* pBlock) noexcept
 {
     std::free(pBlock);
 }
