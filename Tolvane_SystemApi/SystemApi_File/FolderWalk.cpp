@@ -71,12 +71,12 @@ bool CFolderWalk::MeetNext(FOLDER& st_Folder)
     {
         const auto& st_Entry = *reinterpret_cast<const dirent64*>(&m_Entries[st_Folder.nNext]);
         st_Folder.nNext += st_Entry.d_reclen;
-        const std::string_view Name = st_Entry.d_name;
-        if (st_Entry.d_ino == 0 || Name == "." || Name == "..") // 0: deleted meanwhile
+        const std::string_view Entry = st_Entry.d_name;
+        if (st_Entry.d_ino == 0 || Entry == "." || Entry == "..") // 0: deleted meanwhile
             continue;
         m_nName = st_Folder.nName;
         m_Path.resize(m_nName, '/'); // which adds one to the folder's own path
-        m_Path += Name;
+        m_Path += Entry;
         m_chKind = st_Entry.d_type;
         m_bFolder = m_chKind == DT_DIR;
         if (m_chKind == DT_LNK || m_chKind == DT_UNKNOWN)

@@ -61,7 +61,9 @@ fs::path ToPath(std::wstring_view Path)
 {
     // From wchar_t the path class converts no more than ASCII, from char32_t every character, to UTF-8 in every
     // locale; but surrogates as well.
-    const std::u32string Codes(Path.begin(), Path.end());
+    std::u32string Codes(Path.size(), U'\0');
+    std::transform(Path.begin(), Path.end(), Codes.begin(),
+                   [](wchar_t chWide) { return static_cast<char32_t>(chWide); });
     if (!std::all_of(Codes.begin(), Codes.end(), IsCharacter))
         RaiseConversionError();
     return Codes;

@@ -13,7 +13,6 @@
 #include <cstdlib>
 #include <cwchar>
 #include <fcntl.h>
-#include <numeric>
 #include <optional>
 #include <string_view>
 #include <strings.h>
@@ -337,7 +336,7 @@ private:
         if (!m_bAsciiStays)
         {
             std::string Ascii(127, '\0');
-            std::iota(Ascii.begin(), Ascii.end(), '\1');
+            std::generate(Ascii.begin(), Ascii.end(), [chNext = '\0']() mutable { return ++chNext; });
             Convert(ToWide(Ascii));
             m_bAsciiStays = Ascii == m_tszText.data();
         }

@@ -50,7 +50,7 @@ void FakeFile(const char* lpszTarget, std::string_view Text)
     const CTempFolder m_Folder; // the mount keeps the file alive
     const std::string Source = m_Folder.Write("file", Text);
     ASSERT_EQ(chmod(Source.c_str(), 0755), 0);
-    Mount(Source.c_str(), lpszTarget, nullptr, MS_BIND);
+    Mount(Source.c_str(), lpszTarget, "none", MS_BIND);
 }
 
 void FakeFolder(const char* lpszTarget)

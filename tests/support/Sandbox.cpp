@@ -28,7 +28,7 @@ static bool EnterPrivateMounts()
         std::ofstream("/proc/self/uid_map") << "0 " << nUid << " 1";
         std::ofstream("/proc/self/gid_map") << "0 " << nGid << " 1";
     }
-    return mount(nullptr, "/", nullptr, MS_REC | MS_PRIVATE, nullptr) == 0;
+    return mount("none", "/", "none", MS_REC | MS_PRIVATE, nullptr) == 0;
 }
 
 /// An exception ends the child with its message and a signal, which is a failure too.

@@ -2,6 +2,7 @@
 #include "Sandbox.h"
 
 #include <csignal>
+#include <cstdlib>
 #include <dlfcn.h>
 #include <functional>
 #include <new>
@@ -34,13 +35,22 @@ bool BaseLib_Memory_Malloc(void* pppTable, long long nRows, int nRowSize)
 
 static int nAllocationsLeft = -1; // then they fail; never where negative
 
-void* operator new(std::size_t nSize)
+// Not in line: GCC would warn of blocks of one kind that are released as the other.
+[[gnu::noinline]] void* operator new(std::size_t nSize)
 {
-    static auto* const pfnReal = reinterpret_cast<void* (*)(std::size_t)>(dlsym(RTLD_NEXT, "_Znwm"));
-    if (nAllocationsLeft == 0)
+    void* const pBlock = nAllocationsLeft == 0 ? nullptr : std::malloc(nSize);
+    if (!pBlock)
         throw std::bad_alloc();
     nAllocationsLeft -= nAllocationsLeft > 0;
-    return pfnReal(nSize);
+    return pBlock;
+}
+[[gnu::noinline]] void operator delete(void* pBlock) noexcept
+{
+    std::free(pBlock);
+}
+[[gnu::noinline]] void operator delete(void* pBlock, std::size_t) noexcept
+{
+    std::free(pBlock);
 }
 
 namespace

@@ -144,12 +144,13 @@ public:
         for (int nEntries = Below(17); nEntries > 0; --nEntries)
         {
             const std::string Path = (Below(2) ? Folders.back() : Pick(Folders)) + "/" + Pick(m_Names);
+            std::error_code Ignored;
             constexpr mode_t nModes[] = {S_IFIFO, S_IFSOCK, S_IFREG, S_IFREG};
             if (const int nKind = Below(9); nKind < 4)
                 mknod(Path.c_str(), nModes[nKind] | 0600, 0);
             else if (nKind == 4) // a link to another, or nothing; to itself; up
-                symlink(Pick<std::string>({Pick(m_Names), Path.substr(Path.rfind('/') + 1), ".."}).c_str(),
-                        Path.c_str());
+                fs::create_symlink(Pick<std::string>({Pick(m_Names), Path.substr(Path.rfind('/') + 1), ".."}), Path,
+                                   Ignored);
             else if (mkdir(Path.c_str(), 0700) == 0)
                 Folders.push_back(Path);
         }
@@ -206,7 +207,7 @@ RESULT WalkRandomTree(const std::string& Root, unsigned nSeed, decltype(OwnWalk)
         else if (nEntry == nChanged)
             fs::rename(Path, Root + "/moved", Ignored);
         if (nEntry == nChanged && nChange % 3 == 0) // something else in its place
-            symlink(Root.c_str(), Path.c_str());
+            fs::create_symlink(Root, Path, Ignored);
         else if (nEntry == nChanged && nChange == 4)
             mknod(Path.c_str(), S_IFREG | 0600, 0);
         st_Fault = st_Before;
@@ -250,7 +251,7 @@ TEST(FolderWalk, GoesDeeperThanAPathMayBeLong)
         fs::current_path(m_Folder.Path());
         for (int nLevel = 0; nLevel < 20 && mkdir(Name.c_str(), 0700) == 0 && chdir(Name.c_str()) == 0; ++nLevel)
         {
-            symlink(".", "link"); // whose status cannot be had below a certain depth
+            fs::create_symlink(".", "link"); // whose status cannot be had below a certain depth
             mknod("file", S_IFREG | 0600, 0);
         }
         const RESULT Expected = StandardWalk(m_Folder.Path(), true, m_Visit);

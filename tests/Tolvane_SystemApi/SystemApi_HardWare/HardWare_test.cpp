@@ -109,7 +109,7 @@ TEST(DiskList, ASignalDropsNoTextAndNoProgramInheritsTheTable)
         const CTempFolder m_Folder;
         const std::string Fifo = m_Folder / "fifo";
         ASSERT_EQ(mkfifo(Fifo.c_str(), 0600), 0);
-        ASSERT_EQ(mount(Fifo.c_str(), "/proc/partitions", nullptr, MS_BIND, nullptr), 0);
+        ASSERT_EQ(mount(Fifo.c_str(), "/proc/partitions", "none", MS_BIND, nullptr), 0);
         nWriter = open(Fifo.c_str(), O_RDWR | O_CLOEXEC);
         ASSERT_EQ(write(nWriter, "\n\n8 0 1 s", 9), 9);
         nReader = dup(nWriter); // the descriptor that the library gets
