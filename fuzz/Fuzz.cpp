@@ -36,10 +36,20 @@ public:
     CInUtf8& operator=(CInUtf8&&) = delete;
 
 private:
+    static locale_t Make()
+    {
+        const char* const lpszFolder = getenv("LOCPATH"); // glibc's newlocale loses memory where it is set
+        const std::string Folder = lpszFolder ? lpszFolder : "";
+        unsetenv("LOCPATH");
+        const locale_t Locale = newlocale(LC_ALL_MASK, "C.UTF-8", nullptr);
+        REQUIRE(Locale);
+        if (lpszFolder)
+            setenv("LOCPATH", Folder.c_str(), 1);
+        return Locale;
+    }
     static locale_t Utf8()
     {
-        static const locale_t Locale = newlocale(LC_ALL_MASK, "C.UTF-8", nullptr);
-        REQUIRE(Locale);
+        static const locale_t Locale = Make();
         return Locale;
     }
     locale_t m_Before;
