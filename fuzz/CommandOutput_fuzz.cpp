@@ -20,8 +20,8 @@ FUZZ(In)
     const std::size_t nSize = bUnbounded ? Before.size() + Text.size() + 1 : nRoom;
     CBuffer<char> m_Buffer(nSize, Before);
     int nLength = -7;
-    REQUIRE(ReadCommand("command", CAPTURE_TARGET{m_Buffer, bUnbounded ? nUnbounded : nSize, bFirstNulEnds}, nReadLines,
-                        nStartLine, &nLength));
+    REQUIRE(ReadCommand("command", CAPTURE_TARGET{m_Buffer, bUnbounded ? nUnbounded : nSize, bFirstNulEnds},
+                        nReadLines, nStartLine, &nLength));
 
     std::string Expected;
     int nLine = 0;

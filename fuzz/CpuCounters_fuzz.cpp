@@ -41,8 +41,8 @@ FUZZ(In)
         tag_LinuxSdk_SystemCpu_Occupy st_Expected = st_Old;
         char tszName[1024] = "old";
         if (nCpu + 1 < Table.size())
-            std::sscanf(Table[nCpu + 1].c_str(), "%1023s %u %u %u %u", tszName, &st_Expected.dwUser, &st_Expected.dwNice,
-                        &st_Expected.dwSystem, &st_Expected.dwIdle);
+            std::sscanf(Table[nCpu + 1].c_str(), "%1023s %u %u %u %u", tszName, &st_Expected.dwUser,
+                        &st_Expected.dwNice, &st_Expected.dwSystem, &st_Expected.dwIdle);
         REQUIRE(std::string(tszName).substr(0, 19) == Samples[nCpu].tszCpuName);
         REQUIRE(Samples[nCpu].dwUser == st_Expected.dwUser && Samples[nCpu].dwNice == st_Expected.dwNice);
         REQUIRE(Samples[nCpu].dwSystem == st_Expected.dwSystem && Samples[nCpu].dwIdle == st_Expected.dwIdle);

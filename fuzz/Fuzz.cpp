@@ -149,7 +149,8 @@ std::optional<std::string> Utf8Of(const std::wstring& Wide)
     {
         char tszForm[16];
         std::mbstate_t st_State = {};
-        const std::size_t nForm = IsCharacter(chWide) ? std::wcrtomb(tszForm, chWide, &st_State) : sizeof(tszForm) + 1;
+        const std::size_t nForm =
+            IsCharacter(chWide) ? std::wcrtomb(tszForm, chWide, &st_State) : sizeof(tszForm) + 1;
         if (nForm > sizeof(tszForm))
             return std::nullopt;
         Text.append(tszForm, nForm);

@@ -22,8 +22,8 @@ FUZZ(In)
 
     FIELDS st_Expected;
     char tszLast[1024] = "before";
-    const int nCount = std::sscanf(Line.c_str(), "%d %u %1023s %lld %1023s", &st_Expected.nInt, &st_Expected.dwUnsigned,
-                                   st_Expected.tszWord, &st_Expected.nLong, tszLast);
+    const int nCount = std::sscanf(Line.c_str(), "%d %u %1023s %lld %1023s", &st_Expected.nInt,
+                                   &st_Expected.dwUnsigned, st_Expected.tszWord, &st_Expected.nLong, tszLast);
     REQUIRE(Scan.Count() == std::max(nCount, 0));
     REQUIRE(st_Scanned.nInt == st_Expected.nInt && st_Scanned.dwUnsigned == st_Expected.dwUnsigned);
     REQUIRE(st_Scanned.nLong == st_Expected.nLong && std::strcmp(st_Scanned.tszWord, st_Expected.tszWord) == 0);
@@ -32,8 +32,8 @@ FUZZ(In)
     const int nSkip = In.ConsumeIntegralInRange(-1, 5);
     unsigned long nBehind = 5;
     CLineScan(Line.c_str()).Skip(nSkip).Number(nBehind);
-    const char* const lpszFormats[] = {"%lu", "%lu", "%*s %lu", "%*s %*s %lu", "%*s %*s %*s %lu", "%*s %*s %*s %*s %lu",
-                                       "%*s %*s %*s %*s %*s %lu"};
+    const char* const lpszFormats[] = {
+        "%lu", "%lu", "%*s %lu", "%*s %*s %lu", "%*s %*s %*s %lu", "%*s %*s %*s %*s %lu", "%*s %*s %*s %*s %*s %lu"};
     unsigned long nExpected = 5;
     std::sscanf(Line.c_str(), lpszFormats[nSkip + 1], &nExpected); // NOLINT: one of the formats above
     REQUIRE(nBehind == nExpected);

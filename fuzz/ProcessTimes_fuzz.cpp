@@ -18,8 +18,8 @@ FUZZ(In)
 
     TOLVANE_LIBTIME st_Time = {-1, -2, -3, -4, -5, -6};
     REQUIRE(SystemApi_Process_GetUpTime(&st_Time, 0));
-    const bool bUntouched = st_Time.nYear == -1 && st_Time.nMonth == -2 && st_Time.nDay == -3 && st_Time.nHour == -4 &&
-                            st_Time.nMinute == -5 && st_Time.nSecond == -6;
+    const bool bUntouched = st_Time.nYear == -1 && st_Time.nMonth == -2 && st_Time.nDay == -3 &&
+                            st_Time.nHour == -4 && st_Time.nMinute == -5 && st_Time.nSecond == -6;
     REQUIRE(bUntouched || (st_Time.nMonth >= 1 && st_Time.nMonth <= 12 && st_Time.nDay >= 1 && st_Time.nDay <= 31 &&
                            st_Time.nHour >= 0 && st_Time.nHour <= 23 && st_Time.nMinute >= 0 &&
                            st_Time.nMinute <= 59 && st_Time.nSecond >= 0 && st_Time.nSecond <= 60));

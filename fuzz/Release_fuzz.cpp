@@ -36,7 +36,8 @@ FUZZ(In)
     {
         const std::size_t nEqual = Line.find('=');
         const auto Is = [&](std::string_view Key) {
-            return nEqual != Line.npos && nEqual >= Key.size() && strncasecmp(Line.c_str(), Key.data(), Key.size()) == 0;
+            return nEqual != Line.npos && nEqual >= Key.size() &&
+                   strncasecmp(Line.c_str(), Key.data(), Key.size()) == 0;
         };
         const std::string Value = nEqual == Line.npos ? "" : Line.substr(nEqual + 1);
         if (Is("NAME"))

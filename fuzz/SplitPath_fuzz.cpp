@@ -19,7 +19,10 @@ FUZZ(In)
     const auto Fits = [](const std::string& Text, std::size_t nSize) {
         return Text.size() < nSize ? Text : "";
     };
-    const std::string Folder = Path.empty() ? "" : nSlash == Path.npos ? "." : nSlash == 0 ? "/" : Path.substr(0, nSlash);
+    const std::string Folder = Path.empty()          ? ""
+                               : nSlash == Path.npos ? "."
+                               : nSlash == 0         ? "/"
+                                                     : Path.substr(0, nSlash);
     REQUIRE(m_Folder.Text() == Fits(Folder, BASELIB_TEXT_SIZE));
     REQUIRE(m_Name.Text() == Fits(Name, BASELIB_FILE_NAME_SIZE));
     REQUIRE(m_Ext.Text() == Fits(Ext.empty() ? "" : Ext.substr(1), BASELIB_FILE_EXT_SIZE));

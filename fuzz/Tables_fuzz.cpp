@@ -10,7 +10,8 @@ FUZZ(In)
     constexpr long long nTooMany = 1LL << 50;
 
     const bool bSmall = In.ConsumeProbability<float>() > 0.25F;
-    const auto nRows = bSmall ? In.ConsumeIntegralInRange<long long>(-2, 300) : In.ConsumeIntegral<long long>() | nTooMany;
+    const auto nRows =
+        bSmall ? In.ConsumeIntegralInRange<long long>(-2, 300) : In.ConsumeIntegral<long long>() | nTooMany;
     const auto nSize = In.ConsumeIntegralInRange(-2, 1100);
     int nNotNull = 0;
     void* pTable = &nNotNull;

@@ -8,8 +8,8 @@
 FUZZ(In)
 {
     const char* const lpszZone =
-        In.PickValueInArray({"UTC", "CET-1CEST,M3.5.0,M10.5.0/3", "<-12>12", "XYZ-24:59:59", "XYZ24:59:59ABC-24:59:59,0,J365",
-                             "Europe/Berlin", "right/UTC", "", "no zone"});
+        In.PickValueInArray({"UTC", "CET-1CEST,M3.5.0,M10.5.0/3", "<-12>12", "XYZ-24:59:59",
+                             "XYZ24:59:59ABC-24:59:59,0,J365", "Europe/Berlin", "right/UTC", "", "no zone"});
     setenv("TZ", lpszZone, 1);
     const auto nTime = In.ConsumeIntegral<long long>() >> In.ConsumeIntegralInRange(0, 63);
     constexpr TOLVANE_LIBTIME st_Before = {-1, -2, -3, -4, -5, -6};
