@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // The rule has no name outside its source.
 #include "SystemApi_File/SystemApi_File.cpp"
 

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 /// What the fuzz targets share. Each target hands made-up input to one routine and compares the answer with a plain
 /// reference of its own; buffers are exactly as large as the interface says, so that the sanitizers see each overrun.
 #pragma once
