@@ -14,7 +14,7 @@ FUZZ(In)
 
     const bool bSmall = In.ConsumeProbability<float>() > 0.25F;
     const auto nRows =
-        bSmall ? In.ConsumeIntegralInRange<long long>(-2, 300) : In.ConsumeIntegral<long long>() | nTooMany;
+        bSmall ? In.ConsumeIntegralInRange<long long>(-2, 120) : In.ConsumeIntegral<long long>() | nTooMany;
     const auto nSize = In.ConsumeIntegralInRange(-2, 1100) * (In.ConsumeBool() ? 16 : 1); // the larger ones: a block
     int nNotNull = 0;
     void* pTable = &nNotNull;

@@ -22,10 +22,10 @@ static void Check(const std::vector<std::size_t>& Lengths, std::size_t nRounds)
 
 FUZZ(In)
 {
-    const std::size_t nRounds = 1 + In.ConsumeIntegral<unsigned char>();
+    const std::size_t nRounds = 1 + In.ConsumeIntegral<unsigned char>() % 64;
     std::vector<std::size_t> Lengths;
     while (In.remaining_bytes() > 0 && Lengths.size() < 30)
-        Lengths.push_back(In.ConsumeIntegral<unsigned char>() * 31);
+        Lengths.push_back(In.ConsumeIntegral<unsigned char>() * 9);
     Check<char>(Lengths, nRounds);
     Check<wchar_t>(Lengths, nRounds / 4);
 }
