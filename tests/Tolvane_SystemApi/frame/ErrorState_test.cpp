@@ -80,13 +80,13 @@ TEST(ErrorState, EverySuccessClearsTheFlag)
     };
     RunInChild([&] {
         const CTempFolder m_Folder;
-        for (const auto pfnCall : pfnCalls)
+        for (const auto& pfnCall : pfnCalls)
         {
             SYSTEMAPI_FILE_ATTR st_Attr = {};
             unsigned long nId = 0;
             SystemApi_IsErrorOccur = true;
             EXPECT_TRUE(pfnCall((m_Folder / "file").c_str(), &st_Attr, &nId));
-            EXPECT_FALSE(SystemApi_IsErrorOccur) << pfnCall - pfnCalls[0];
+            EXPECT_FALSE(SystemApi_IsErrorOccur) << &pfnCall - pfnCalls;
         }
         while (wait(nullptr) > 0)
             ;
