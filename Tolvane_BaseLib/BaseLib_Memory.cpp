@@ -61,11 +61,11 @@ constexpr std::size_t RoundUp(std::size_t nNumber, std::size_t nUnit) noexcept
 /// faults of small ones cost more than the writing of the rows.
 bool MakeBlock(void** ppTable, std::size_t nCount, std::size_t nRowSize) noexcept
 {
-    if (nCount > PTRDIFF_MAX / nRowSize)
+    if (nCount > PTRDIFF_MAX / nRowSize) // GCOVR_EXCL_START
     {
         errno = ENOMEM;
         return false;
-    }
+    } // GCOVR_EXCL_STOP
     const std::size_t nSize = RoundUp(nCount * nRowSize, nHugePage);
     void* const pMemory =
         mmap(nullptr, nSize + nHugePage, PROT_READ | PROT_WRITE, MAP_PRIVATE | MAP_ANONYMOUS, -1, 0);

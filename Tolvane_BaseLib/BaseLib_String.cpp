@@ -50,7 +50,7 @@ bool GetFileAndPath(const Char* lpszPath, Char* ptszFolder, Char* ptszFileName, 
     const auto st_Parts = bGiven ? SplitPath(std::basic_string_view<Char>(lpszPath)) : PATH_PARTS<Char>();
     bool bFit = true;
     if (ptszFolder)
-        bFit = StoreText(ptszFolder, BASELIB_TEXT_SIZE, st_Parts.Folder) && bFit;
+        bFit = StoreText(ptszFolder, BASELIB_TEXT_SIZE, st_Parts.Folder);
     if (ptszFileName)
         bFit = StoreText(ptszFileName, BASELIB_FILE_NAME_SIZE, st_Parts.FileName) && bFit;
     if (ptszFileExt)
@@ -89,7 +89,7 @@ bool BaseLib_String_GetKeyValueA(const char* lpszLine, const char* lpszSeparator
         return false;
     bool bFit = true;
     if (ptszKey)
-        bFit = StoreText(ptszKey, BASELIB_TEXT_SIZE, Line.substr(0, nSeparator)) && bFit;
+        bFit = StoreText(ptszKey, BASELIB_TEXT_SIZE, Line.substr(0, nSeparator));
     if (ptszValue)
         bFit = StoreText(ptszValue, BASELIB_TEXT_SIZE, Line.substr(nSeparator + Separator.size())) && bFit;
     return bFit;

@@ -5,11 +5,24 @@
 #include <algorithm>
 #include <cerrno>
 #include <climits>
+#include <dlfcn.h>
 #include <gtest/gtest.h>
 #include <malloc.h>
 #include <set>
+#include <sys/mman.h>
 #include <sys/resource.h>
 #include <utility>
+
+#if !defined(__SANITIZE_ADDRESS__) && !defined(__SANITIZE_THREAD__)
+/// Large blocks never begin where a huge page does, though some kernels see to it.
+extern "C" void* mmap(void* pPlace, std::size_t nSize, int nAccess, int nFlags, int nFile, off_t nOffset) noexcept
+{
+    const std::size_t nShift = nSize > 1 << 20 ? 4096 : 0;
+    static auto* const pfnReal = reinterpret_cast<decltype(&mmap)>(dlsym(RTLD_NEXT, "mmap"));
+    void* const pMemory = pfnReal(pPlace, nSize + nShift, nAccess, nFlags, nFile, nOffset);
+    return pMemory == MAP_FAILED ? pMemory : static_cast<char*>(pMemory) + nShift;
+}
+#endif
 
 namespace
 {

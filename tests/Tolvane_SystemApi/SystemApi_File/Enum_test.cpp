@@ -211,8 +211,8 @@ TEST(EnumNames, NotUtf8RaisesWhereANameIsConvertedAndOnlyThere)
 {
     // Bytes that begin nothing, a surrogate, forms longer than need be, a value too high, forms cut short.
     for (const std::string Name :
-         {"\xFFz", "\xBF\xBF", "\xF9\x80\x80\x80", "\xED\xA0\x80", "\xC1\xBF", "\xE0\x9F\xBF", "\xF0\x8F\xBF\xBF",
-          "\xF4\x90\x80\x80", "\xC3\xC3", "\xF0\x9F\x93"})
+         {"\xFFz", "\x80z", "\xBF\xBF", "\xF9\x80\x80\x80", "\xED\xA0\x80", "\xC1\xBF", "\xE0\x9F\xBF",
+          "\xF0\x8F\xBF\xBF", "\xF4\x90\x80\x80", "\xC3\xC3", "\xF0\x9F\x93"})
     {
         const CTempFolder m_Folder;
         const std::string Root = m_Folder.Path();

@@ -2,9 +2,22 @@
 #include "Sandbox.h"
 
 #include <chrono>
+#include <dlfcn.h>
 #include <sys/mount.h>
+#include <sys/stat.h>
 #include <thread>
 #include <unistd.h>
+
+static bool bSomebodyIsFaster = false;
+
+extern "C" int mkdir(const char* lpszPath, mode_t nMode) noexcept // the standard facility's
+{
+    const int nResult = reinterpret_cast<decltype(&mkdir)>(dlsym(RTLD_NEXT, "mkdir"))(lpszPath, nMode);
+    if (!bSomebodyIsFaster)
+        return nResult;
+    errno = EEXIST;
+    return -1;
+}
 
 namespace
 {
@@ -50,6 +63,18 @@ TYPED_TEST(SaveCopy, MakesTheFolderAndLeavesTheCodeOfTheSearchForIt)
         EXPECT_TRUE(TypeParam::CopyFile(TypeParam::From("bare").c_str(), TypeParam::From("copy").c_str(), false));
     });
     EXPECT_THAT(NamesIn(this->m_Root), testing::UnorderedElementsAre("d1", "d3", "bare", "copy"));
+}
+
+TYPED_TEST(SaveCopy, AFolderThatSomebodyElseMakesMeanwhileIsAFailure)
+{
+    this->Write("f", "");
+    bSomebodyIsFaster = true;
+    ExpectFailure(TypeParam::CreateMutilFolder(this->At("d1").c_str()), 0x040A0031);
+    ExpectFailure(this->Save("d2/f", "x"), 0x040A0031);
+    ExpectFailure(this->Copy("f", "d3/f", false), 0x040A0031);
+    bSomebodyIsFaster = false;
+    EXPECT_THAT(NamesIn(this->m_Root), testing::UnorderedElementsAre("f", "d1", "d2", "d3"));
+    EXPECT_TRUE(fs::is_empty(this->Native("d2")) && fs::is_empty(this->Native("d3")));
 }
 
 TYPED_TEST(SaveCopy, AFileWhereTheFolderShouldBe)

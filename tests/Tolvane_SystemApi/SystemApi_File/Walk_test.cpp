@@ -4,8 +4,10 @@
 #include "Sandbox.h"
 
 #include <SystemApi_File/FolderWalk.h>
+#include <SystemApi_File/TextQueue.h>
 
 #include <cerrno>
+#include <cstring>
 #include <dirent.h>
 #include <dlfcn.h>
 #include <fcntl.h>
@@ -60,12 +62,15 @@ extern "C" ssize_t getdents64(int nFolder, void* pBuffer, std::size_t nSize) noe
     }
     const ssize_t nRead = REAL(getdents64)(nFolder, pBuffer, nSize);
     auto* const pEntry = static_cast<dirent64*>(pBuffer);
+    for (char* pAt = static_cast<char*>(pBuffer); st_Fault.bUnknown && pAt < static_cast<char*>(pBuffer) + nRead;
+         pAt += reinterpret_cast<dirent64*>(pAt)->d_reclen)
+        reinterpret_cast<dirent64*>(pAt)->d_type = DT_UNKNOWN;
     if (nRead <= 0 || !st_Fault.bStepwise)
         return nRead;
     lseek(nFolder, pEntry->d_off, SEEK_SET);
-    if (st_Fault.bUnknown)
-        pEntry->d_type = DT_UNKNOWN;
-    return pEntry->d_reclen;
+    std::memcpy(static_cast<char*>(pBuffer) + pEntry->d_reclen, pBuffer, pEntry->d_reclen);
+    pEntry->d_ino = 0; // one that was deleted comes before it
+    return 2 * pEntry->d_reclen;
 }
 
 namespace
@@ -190,7 +195,7 @@ RESULT WalkRandomTree(const std::string& Root, unsigned nSeed, decltype(OwnWalk)
     CRandomTree m_Tree(Root, nSeed);
     st_Fault = {};
     st_Fault.bStepwise = m_Tree.Below(2) == 0; // but where the tree changes: what was read ahead still comes
-    st_Fault.bUnknown = st_Fault.bStepwise && m_Tree.Below(4) == 0;
+    st_Fault.bUnknown = m_Tree.Below(4) == 0;
     st_Fault.nError = m_Tree.Pick<int>({EACCES, EPERM, ENOENT, ENOTDIR, ELOOP, EMFILE, EIO});
     if (const int nWhen = m_Tree.Below(60); st_Fault.bStepwise && nWhen < 30)
         st_Fault.nReadsUntil = nWhen;
@@ -258,5 +263,30 @@ TEST(FolderWalk, GoesDeeperThanAPathMayBeLong)
         EXPECT_EQ(Expected.size(), 60U);
         EXPECT_EQ(OwnWalk(m_Folder.Path(), true, m_Visit), Expected);
     });
+}
+
+TEST(TextQueue, GivesOutInOrderWhatFillsManyPiecesAndTheMemoryWithIt)
+{
+    const auto m_Text = [](std::size_t nText) {
+        return std::wstring(997 + nText % 7, static_cast<wchar_t>(L'!' + nText % 90));
+    };
+    constexpr std::size_t nTexts = 5000;
+    CTextQueue<wchar_t> m_Queue;
+    for (std::size_t nText = 0; nText < nTexts; ++nText)
+        m_Queue.Append(m_Text(nText));
+    EXPECT_THROW(m_Queue.Append({L"", SIZE_MAX / 16}), std::bad_alloc);
+    EXPECT_EQ(m_Queue.Count(), nTexts);
+    EXPECT_EQ(m_Queue.Longest(), 1003U);
+    const wchar_t* pLater = nullptr;
+    const wchar_t* const pFirst = m_Queue.Take().data();
+    for (std::size_t nText = 1; nText < nTexts; ++nText)
+    {
+        const std::wstring_view Text = m_Queue.Take();
+        ASSERT_EQ(Text, m_Text(nText));
+        if (nText == 4500)
+            pLater = Text.data();
+    }
+    EXPECT_EQ(*pFirst, L'\0') << "given back, and so zero";
+    EXPECT_NE(*pLater, L'\0');
 }
 } // namespace

@@ -92,6 +92,9 @@ TEST(DiskList, NamesOfMajors8And259InFileOrder)
             FakeFile("/proc/partitions", st_Row.Table);
             EXPECT_EQ(ListDisks(), st_Row.Names);
         }
+        LiftFakes();
+        ASSERT_EQ(mount("/proc/self/mem", "/proc/partitions", nullptr, MS_BIND, nullptr), 0);
+        EXPECT_EQ(ListDisks(), std::vector<std::string>{"refused"}) << "a table that opens and cannot be read";
     });
 }
 

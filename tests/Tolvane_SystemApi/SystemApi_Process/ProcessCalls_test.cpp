@@ -1,3 +1,5 @@
+#include "SystemApi_Process/SystemApi_Process.h"
+
 #include "OwnProcess.h"
 #include "Sandbox.h"
 
@@ -275,5 +277,18 @@ TEST(Processors, AnIndexIsOneBitAndTheMaskFolds)
             EXPECT_EQ(dwMask, dwExpected);
         }
     });
+}
+
+TEST(AppState, ALettersPlaceIsItsCodeAndEveryOtherIsUnknown)
+{
+    const std::string Letters("RSDZTWxIrE\0\xFF", 12);
+    for (std::size_t nPlace = 0; nPlace < Letters.size(); ++nPlace)
+    {
+        unsigned long nCode = 77;
+        SystemApi_IsErrorOccur = true;
+        EXPECT_TRUE(m_ProcessSdk.SystemApi_Process_AppState(Letters[nPlace], &nCode));
+        EXPECT_EQ(nCode, std::min<std::size_t>(nPlace, 6)) << Letters[nPlace];
+        EXPECT_FALSE(SystemApi_IsErrorOccur);
+    }
 }
 } // namespace
