@@ -32,17 +32,6 @@ bool BaseLib_Memory_Malloc(void* pppTable, long long nRows, int nRowSize)
     return !st_BaseStandIns.bNoTables && RealRoutine(BaseLib_Memory_Malloc, __func__)(pppTable, nRows, nRowSize);
 }
 
-static int nAllocationsLeft = -1; // then they fail; never where negative
-
-void* operator new(std::size_t nSize)
-{
-    static auto* const pfnReal = reinterpret_cast<void* (*)(std::size_t)>(dlsym(RTLD_NEXT, "_Znwm"));
-    if (nAllocationsLeft == 0)
-        throw std::bad_alloc();
-    nAllocationsLeft -= nAllocationsLeft > 0;
-    return pfnReal(nSize);
-}
-
 namespace
 {
 namespace fs = std::filesystem;
@@ -168,33 +157,6 @@ TYPED_TEST(EnumFile, FoldersThatMayNotBeReadArePassedOver)
         EXPECT_THAT(List, IsEmpty());
         ExpectRaises(EACCES, [&] { TypeParam::ListFile(this->At("closed/x").c_str(), &List, true, 3); });
     });
-}
-
-TYPED_TEST(EnumFile, MemoryThatEndsIsRaisedAndNothingIsWritten)
-{
-    this->Write("folder/file that is longer than a short string", "");
-    typename TestFixture::Char** ppszTable = nullptr;
-    int nCount = -1;
-    std::list<typename TypeParam::Text> List;
-    const auto Path = this->At("");
-    for (int nLeft = 0; nCount == -1 || List.size() != 2; ++nLeft)
-    {
-        nAllocationsLeft = nLeft;
-        try
-        {
-            if (nCount == -1)
-                TypeParam::EnumFile(Path.c_str(), &ppszTable, &nCount, true, 3);
-            nAllocationsLeft = nLeft;
-            TypeParam::ListFile(Path.c_str(), &List, true, 3);
-        }
-        catch (const std::bad_alloc&)
-        {
-            EXPECT_FALSE(SystemApi_IsErrorOccur || (nCount == -1 && ppszTable)) << nLeft;
-            List.clear();
-        }
-        nAllocationsLeft = -1;
-    }
-    EXPECT_TRUE(BaseLib_Memory_Free(&ppszTable, nCount));
 }
 
 TEST(EnumNames, NotUtf8RaisesWhereANameIsConvertedAndOnlyThere)
