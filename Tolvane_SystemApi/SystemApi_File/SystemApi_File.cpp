@@ -17,6 +17,7 @@
 #include <string_view>
 #include <strings.h>
 #include <sys/stat.h>
+#include <system_error>
 #include <unistd.h>
 #include <utility>
 
@@ -243,6 +244,20 @@ bool SaveBuffToFile(const Char* lpszPath, const char* lpszBuffer, int nSize)
     return true;
 }
 
+/// The facility's copy. It raises EINTR where a signal handler without SA_RESTART meets the begin of the copying; what
+/// is under way it brings to its end, so that taking it up again comes to one as well.
+bool CopyOver(const fs::path& Source, const fs::path& Dest)
+{
+    std::error_code Error;
+    bool bCopied = false;
+    do
+        bCopied = fs::copy_file(Source, Dest, fs::copy_options::overwrite_existing, Error);
+    while (Error == std::errc::interrupted);
+    if (Error)
+        throw fs::filesystem_error("cannot copy file", Source, Dest, Error);
+    return bCopied;
+}
+
 template <typename Char>
 bool CopyFile(const Char* lpszSource, const Char* lpszDest, bool bFailIfExist)
 {
@@ -254,7 +269,7 @@ bool CopyFile(const Char* lpszSource, const Char* lpszDest, bool bFailIfExist)
         return Fail(ERROR_SYSTEMAPI_FILE_COPY_EXIST);
     if (!MakeFolderOf(lpszDest))
         return false;
-    if (!fs::copy_file(ToPath(lpszSource), ToPath(lpszDest), fs::copy_options::overwrite_existing))
+    if (!CopyOver(ToPath(lpszSource), ToPath(lpszDest)))
         return Fail(ERROR_SYSTEMAPI_FILE_COPY_COPY);
     return true;
 }

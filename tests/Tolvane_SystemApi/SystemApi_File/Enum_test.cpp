@@ -33,26 +33,6 @@ bool BaseLib_Memory_Malloc(void* pppTable, long long nRows, int nRowSize)
     return !st_BaseStandIns.bNoTables && RealRoutine(BaseLib_Memory_Malloc, __func__)(pppTable, nRows, nRowSize);
 }
 
-static int nAllocationsLeft = -1; // then they fail; never where negative
-
-// Not in line: GCC would warn of blocks of one kind that are released as the other.
-[[gnu::noinline]] void* operator new(std::size_t nSize)
-{
-    void* const pBlock = nAllocationsLeft == 0 ? nullptr : std::malloc(nSize);
-    if (!pBlock)
-        throw std::bad_alloc();
-    nAllocationsLeft -= nAllocationsLeft > 0;
-    return pBlock;
-}
-[[gnu::noinline]] void operator delete(void* pBlock) noexcept
-{
-    std::free(pBlock);
-}
-[[gnu::noinline]] void operator delete(void* pBlock, std::size_t) noexcept
-{
-    std::free(pBlock);
-}
-
 namespace
 {
 namespace fs = std::filesystem;
@@ -178,33 +158,6 @@ TYPED_TEST(EnumFile, FoldersThatMayNotBeReadArePassedOver)
         EXPECT_THAT(List, IsEmpty());
         ExpectRaises(EACCES, [&] { TypeParam::ListFile(this->At("closed/x").c_str(), &List, true, 3); });
     });
-}
-
-TYPED_TEST(EnumFile, MemoryThatEndsIsRaisedAndNothingIsWritten)
-{
-    this->Write("folder/file that is longer than a short string", "");
-    typename TestFixture::Char** ppszTable = nullptr;
-    int nCount = -1;
-    std::list<typename TypeParam::Text> List;
-    const auto Path = this->At("");
-    for (int nLeft = 0; nCount == -1 || List.size() != 2; ++nLeft)
-    {
-        nAllocationsLeft = nLeft;
-        try
-        {
-            if (nCount == -1)
-                TypeParam::EnumFile(Path.c_str(), &ppszTable, &nCount, true, 3);
-            nAllocationsLeft = nLeft;
-            TypeParam::ListFile(Path.c_str(), &List, true, 3);
-        }
-        catch (const std::bad_alloc&)
-        {
-            EXPECT_FALSE(SystemApi_IsErrorOccur || (nCount == -1 && ppszTable)) << nLeft;
-            List.clear();
-        }
-        nAllocationsLeft = -1;
-    }
-    EXPECT_TRUE(BaseLib_Memory_Free(&ppszTable, nCount));
 }
 
 TEST(EnumNames, NotUtf8RaisesWhereANameIsConvertedAndOnlyThere)

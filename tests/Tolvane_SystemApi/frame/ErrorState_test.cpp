@@ -60,7 +60,7 @@ TEST(ErrorState, EverySuccessClearsTheFlag)
         [](auto lpszNew, auto, auto) { return SystemApi_File_SaveBuffToFileA(lpszNew, "x", 1); },
         [](auto lpszNew, auto, auto) { return SystemApi_File_CopyFileA("/etc/passwd", lpszNew, false); },
         [](auto, auto, auto) { return SystemApi_File_CreateMutilFolderA("/"); },
-        [](auto, auto, auto) { return SystemApi_File_DeleteMutilFolderA("/dev/null", false); },
+        [](auto lpszNew, auto, auto) { return SystemApi_File_DeleteMutilFolderA(lpszNew, false); },
         [](auto, auto, auto) { return SystemApi_File_EnumFileA("/dev", nullptr, nullptr, false, 3); },
         [](auto, auto, auto pInt_Id) {
             return SystemApi_Process_CreateProcess(pInt_Id, "/bin/true", nullptr, false);
@@ -106,39 +106,5 @@ TEST(ErrorState, ErrnoIsTheCallingThreadsAtTheMomentOfTheCall)
     EXPECT_EQ(nOfOther, EXDEV);
     EXPECT_EQ(nOwn, ENOENT);
     EXPECT_EQ(errno, ENOENT);
-}
-
-TEST(ErrorState, CFunctionAndMemberAgree)
-{
-    // One failure of each area: result, error state and errno, which a refused argument leaves alone.
-    const struct
-    {
-        unsigned long dwErrorCode;
-        bool (*pfnFunction)();
-        bool (*pfnMember)();
-    } st_Rows[] = {
-        {ERROR_SYSTEMAPI_HARDWARE_GETCPUINFO_PARAMETER, [] { return SystemApi_HardWare_GetCpuInfomation(nullptr); },
-         [] {
-             return m_Hardware.SystemApi_HardWare_GetCpuInfomation(nullptr);
-         }},
-        {ERROR_SYSTEMAPI_PROCESS_READCMD_PARAMETER,
-         [] { return SystemApi_Process_ReadCmdReturn(nullptr, nullptr, 0, 0, nullptr); },
-         [] {
-             return m_ProcessSdk.SystemApi_Process_ReadCmdReturn(nullptr, nullptr, 0, 0, nullptr);
-         }},
-        {ERROR_SYSTEMAPI_SYSTEM_GETMEMORYUSAGE_PARAMETER, [] { return SystemApi_System_GetMemoryUsage(nullptr, 1); },
-         [] {
-             return m_SystemSdk.SystemApi_System_GetMemoryUsage(nullptr, 1);
-         }},
-    };
-    for (const auto& st_Row : st_Rows)
-        for (const auto pfnCall : {st_Row.pfnFunction, st_Row.pfnMember})
-        {
-            SystemApi_IsErrorOccur = false;
-            SystemApi_dwErrorCode = 0;
-            errno = EXDEV;
-            EXPECT_FALSE(pfnCall());
-            EXPECT_EQ(StateNow(), (STATE{true, st_Row.dwErrorCode, EXDEV}));
-        }
 }
 } // namespace
