@@ -25,6 +25,8 @@ std::string RunLine(const std::string& Command)
 {
     setenv("TOOL", SYSTEMAPI_TOOL, 1);
     setenv("VERSION", SYSTEMAPI_VERSION, 1);
+    setenv("DATA", TRANSCRIPTS, 1);
+    setenv("SOURCE", SOURCE_FOLDER, 1);
     FILE* pSt_Pipe = popen((". '" TRANSCRIPTS "/prelude.sh'; " + Command).c_str(), "r");
     std::string Output = ReadToEnd(fileno(pSt_Pipe));
     const int nStatus = pclose(pSt_Pipe);
@@ -71,6 +73,35 @@ void Follow(const std::string& Transcript)
             Expected += Pattern(Line);
     Compare();
     EXPECT_FALSE(Command.empty()) << "no transcript " << Transcript;
+}
+
+/// Whether a command line succeeds; skips the test where it does not.
+bool Needs(const std::string& Command)
+{
+    const bool bThere = RunLine(Command + " >/dev/null").empty();
+    if (!bThere)
+        SkipBecause(("missing here: " + Command).c_str());
+    return bThere;
+}
+
+/// In the test's child process: a new folder, which is left before it is removed.
+void FollowInFolder(const std::string& Transcript)
+{
+    const CTempFolder m_Folder;
+    ASSERT_EQ(chdir(m_Folder.Path().c_str()), 0);
+    Follow(Transcript);
+    ASSERT_EQ(chdir("/"), 0);
+}
+
+/// In a sandbox: a machine with two disks and serial numbers.
+void FakeHardware(const CFakeTools& Tools)
+{
+    FakeFile("/proc/partitions", "major minor  #blocks  name\n\n 8 0 9 sda\n 8 1 9 sda1\n 252 0 9 vda\n");
+    FakeFile("/proc/cpuinfo", "processor : 0\nvendor_id : Some\x1bVendor\n3\n4\nmodel name : Some CPU\n6\n7\n"
+                              "cpu MHz : 2904.998\n");
+    Tools.Add("sudo", "case \"$REFUSED$*\" in 1-n*) exit 1;; 1*) echo asked for a password;; "
+                      "'dmidecode -t 4') printf 'ID: 1\\nID: 2\\n';; 'blkid '*) echo \"x U=\\\"of-$2\\\"\";; "
+                      "*board_serial) echo None;; *product_uuid) echo 0300-02;; '-n true') ;; *) exit 1;; esac");
 }
 
 /// A report on a terminal that is so many columns wide and shows UTF-8; line ends are as the tool wrote them.
@@ -124,11 +155,36 @@ TEST(Tool, ArgumentsAndExitStatus)
 
 TEST(Tool, FileCommands)
 {
-    RunInChild([] {
-        const CTempFolder m_Folder;
-        ASSERT_EQ(chdir(m_Folder.Path().c_str()), 0);
-        Follow("file.txt");
-        ASSERT_EQ(chdir("/"), 0);
+    RunInChild([] { FollowInFolder("file.txt"); });
+}
+
+TEST(Tool, ErrorsAreTheHeaders)
+{
+    RunInChild([] { FollowInFolder("error.txt"); });
+}
+
+TEST(Tool, JsonIsAsTheSchemaSays)
+{
+    if (!Needs("python3 -c 'import jsonschema'"))
+        return;
+    RunSandboxed([] {
+        const CFakeTools m_Tools;
+        FakeHardware(m_Tools);
+        FakeFile("/proc/meminfo", "MemTotal: 4096 kB\nMemAvailable: 1024 kB\nShmem: 1 kB\n");
+        Follow("json.txt");
+    });
+}
+
+TEST(Tool, MetricsAreWhatPrometheusTakes)
+{
+    if (!Needs("command -v promtool"))
+        return;
+    RunSandboxed([] {
+        const CFakeTools m_Tools;
+        FakeHardware(m_Tools);
+        FakeFile("/etc/os-release", "NAME=\"Blue\\x\xff\"\nVERSION=\"7 (a\"b)\"\n");
+        FakeFile("/proc/meminfo", "MemTotal: 100000 kB\nMemAvailable: 43000 kB\n");
+        FollowInFolder("metrics.txt");
     });
 }
 
@@ -136,13 +192,7 @@ TEST(Tool, HardwareCommandsAndSections)
 {
     RunSandboxed([] {
         const CFakeTools m_Tools;
-        FakeFile("/proc/partitions", "major minor  #blocks  name\n\n 8 0 9 sda\n 8 1 9 sda1\n 252 0 9 vda\n");
-        FakeFile("/proc/cpuinfo", "processor : 0\nvendor_id : Some\x1bVendor\n3\n4\nmodel name : Some CPU\n6\n7\n"
-                                  "cpu MHz : 2904.998\n");
-        m_Tools.Add("sudo",
-                    "case \"$REFUSED$*\" in 1-n*) exit 1;; 1*) echo asked for a password;; "
-                    "'dmidecode -t 4') printf 'ID: 1\\nID: 2\\n';; 'blkid '*) echo \"x U=\\\"of-$2\\\"\";; "
-                    "*board_serial) echo None;; *product_uuid) echo 0300-02;; '-n true') ;; *) exit 1;; esac");
+        FakeHardware(m_Tools);
         ASSERT_EQ(mount("tmpfs", "/mnt", "tmpfs", 0, "size=8m"), 0);
         Follow("hardware.txt");
     });
