@@ -24,3 +24,6 @@ void AddHardware(CLI::App& App);
 void AddProcess(CLI::App& App);
 void AddSystem(CLI::App& App);
 void AddError(CLI::App& App);
+void AddDoctor(CLI::App& App);
+void AddWatch(CLI::App& App);
+void AddCompletions(CLI::App& App);

@@ -1,7 +1,5 @@
 #include "ControlGroup.h"
 
-#include "Report.h"
-
 #include <algorithm>
 #include <charconv>
 #include <filesystem>
@@ -162,16 +160,4 @@ CONTROL_GROUP ReadControlGroup(const std::string& Root)
             }
     }
     return st_Group;
-}
-
-void ReportContainer(CFacts& Facts)
-{
-    const CONTROL_GROUP st_Group = ReadControlGroup();
-    const auto AddLimit = [&](const char* lpszName, const auto& Limit, UNIT enUnit) {
-        Facts.Add(lpszName, Limit ? VALUE(*Limit) : VALUE(), enUnit, Limit ? "" : "none");
-    };
-    AddLimit("control_groups", st_Group.nVersion, UNIT::None);
-    AddLimit("memory_limit", st_Group.nMemoryLimit, UNIT::Bytes);
-    AddLimit("processor_limit", st_Group.fProcessorLimit, UNIT::None);
-    Facts.Remark("these are the limits around this process; all other figures are the whole machine's");
 }

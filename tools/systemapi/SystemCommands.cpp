@@ -1,4 +1,5 @@
 #include "Commands.h"
+#include "ControlGroup.h"
 #include "Failure.h"
 #include "Report.h"
 #include "Text.h"
@@ -202,6 +203,18 @@ void ReportMemory(CFacts& Facts)
     Facts.Add("swap_total", st_Memory.nSwapTotal, UNIT::Bytes);
     Facts.Add("swap_free", st_Memory.nSwapFree, UNIT::Bytes);
     Facts.Add("shared", st_Memory.nMemoryShared, UNIT::Bytes);
+}
+
+void ReportContainer(CFacts& Facts)
+{
+    const CONTROL_GROUP st_Group = ReadControlGroup();
+    const auto AddLimit = [&](const char* lpszName, const auto& Limit, UNIT enUnit) {
+        Facts.Add(lpszName, Limit ? VALUE(*Limit) : VALUE(), enUnit, Limit ? "" : "none");
+    };
+    AddLimit("control_groups", st_Group.nVersion, UNIT::None);
+    AddLimit("memory_limit", st_Group.nMemoryLimit, UNIT::Bytes);
+    AddLimit("processor_limit", st_Group.fProcessorLimit, UNIT::None);
+    Facts.Remark("these are the limits around this process; all other figures are the whole machine's");
 }
 
 void ReportProcesses(CFacts& Facts)

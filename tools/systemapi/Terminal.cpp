@@ -54,6 +54,11 @@ const TERMINAL& Terminal()
     return st_Terminal;
 }
 
+void SetWidth(int nColumns)
+{
+    st_Terminal.nWidth = nColumns;
+}
+
 std::string Paint(STYLE enStyle, std::string_view Text)
 {
     constexpr const char* lpszCodes[] = {"1", "2", "32", "33", "31"};

@@ -16,6 +16,8 @@ struct TERMINAL
 void ReadTerminal();
 /// What was found.
 const TERMINAL& Terminal();
+/// The terminal has been made wider or narrower.
+void SetWidth(int nColumns);
 
 enum class STYLE
 {

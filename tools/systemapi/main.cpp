@@ -45,6 +45,9 @@ int Run(std::span<char*> Arguments)
     AddProcess(App);
     AddSystem(App);
     AddError(App);
+    AddDoctor(App);
+    AddWatch(App);
+    AddCompletions(App);
     int nStatus = EXIT_SUCCESS;
     try
     {
