@@ -1,4 +1,5 @@
 /**
+ * \file
  * Tolvane base library: character sets, tables of rows, text slicing, and time.
  *
  * Rules common to all routines:
@@ -22,9 +23,9 @@
 #define BASELIB_EXPORT __attribute__((visibility("default")))
 
 /* Sizes of the fixed buffers, in characters, the ending null character included. */
-#define BASELIB_TEXT_SIZE 1024
-#define BASELIB_FILE_NAME_SIZE 260
-#define BASELIB_FILE_EXT_SIZE 64
+#define BASELIB_TEXT_SIZE 1024     /* any text, but for the next two */
+#define BASELIB_FILE_NAME_SIZE 260 /* the path splitter's file name */
+#define BASELIB_FILE_EXT_SIZE 64   /* the path splitter's extension */
 
 #ifdef __cplusplus
 extern "C"
@@ -83,8 +84,9 @@ BASELIB_EXPORT bool BaseLib_Charset_UnicodeToAnsi(const wchar_t* lpszSource, cha
  * ------------------------------------------------------------------------------------------------- */
 
 /**
- * Makes a table of rows: an array of nRows pointers, each to a block of its own, and one null pointer
- * after the last, so that the table also serves as a program's argument vector.
+ * Makes a table of rows: an array of nRows pointers, each to bytes of its own, and one null pointer after
+ * the last, so that the table also serves as a program's argument vector. Rows may change places within
+ * their table; never release or resize one alone, for the rows of a large table lie in one block.
  *
  * \param[out] pppTable the address of the caller's table variable (a char** variable's address, say)
  * \param[in]  nRows    number of rows; 0 makes a table that holds only the ending null pointer
@@ -180,7 +182,11 @@ BASELIB_EXPORT bool BaseLib_String_DelSubA(char* ptszText, const char* lpszSub, 
  * Time
  * ------------------------------------------------------------------------------------------------- */
 
-/** Milliseconds since the system started, time spent in suspend included (clock CLOCK_BOOTTIME). */
+/**
+ * Tells how long ago the system started.
+ *
+ * \return milliseconds, time spent in suspend included (clock CLOCK_BOOTTIME).
+ */
 BASELIB_EXPORT unsigned long long BaseLib_Time_GetTickCount(void);
 
 /**

@@ -1,38 +1,67 @@
-/// The walk over a folder or a tree, with the standard file-system facility's iterators.
+/// The walk over a folder or a tree.
 #pragma once
 
+#include <cstddef>
 #include <filesystem>
 #include <string>
-#include <system_error>
+#include <string_view>
+#include <unistd.h>
+#include <utility>
+#include <vector>
 
-/// True for a folder and for a link to one. The walk has most kinds at hand; where it has not, an entry whose status
-/// cannot be had (a link to itself) is a file.
-inline bool IsFolder(const std::filesystem::directory_entry& Entry) noexcept
+/// Does what the standard iterators with skip_permission_denied do, to the letter of their exceptions, without their
+/// cost for each entry, and survives a failed allocation. It meets a folder's entries in the operating system's
+/// order, of a tree each folder before what it holds; folders that may not be read are passed over, links to folders
+/// are not followed. Next and the constructor raise std::filesystem::filesystem_error.
+class CFolderWalk
 {
-    std::error_code Ignored;
-    return Entry.is_directory(Ignored);
-}
+public:
+    CFolderWalk(const std::filesystem::path& Folder, bool bRecursion);
 
-/// Meets a folder's entries in the operating system's order, of a tree each folder before what it holds. Folders
-/// that may not be read are passed over, links to folders are not followed.
-///
-/// \param Visit called as Visit(const std::string& native path, bool folder); in a tree a result of false keeps the
-///              walk from going down into that folder
-/// \throws std::filesystem::filesystem_error
-template <typename Visitor>
-void WalkFolder(const std::filesystem::path& Folder, bool bRecursion, Visitor&& Visit)
-{
-    namespace fs = std::filesystem;
-    constexpr auto enOptions = fs::directory_options::skip_permission_denied;
-    if (!bRecursion)
+    /// Moves on to the next entry. False at the end of the walk.
+    bool Next();
+
+    [[nodiscard]] const std::string& Path() const noexcept { return m_Path; }
+    [[nodiscard]] std::string_view Name() const noexcept { return std::string_view(m_Path).substr(m_nName); }
+    /// True for a folder and for a link to one. An entry whose status cannot be had (a link to itself) is a file.
+    [[nodiscard]] bool IsFolder() const noexcept { return m_bFolder; }
+    /// In a tree: leaves out what the folder holds that the walk has come to.
+    void StayOut() noexcept { m_bMayEnter = false; }
+
+private:
+    class CDescriptor
     {
-        for (const fs::directory_entry& Entry : fs::directory_iterator(Folder, enOptions))
-            Visit(Entry.path().native(), IsFolder(Entry));
-        return;
-    }
-    for (fs::recursive_directory_iterator Walk(Folder, enOptions); Walk != end(Walk); ++Walk)
+    public:
+        explicit CDescriptor(int nDescriptor) noexcept : m_nDescriptor(nDescriptor) {}
+        CDescriptor(CDescriptor&& Other) noexcept : m_nDescriptor(std::exchange(Other.m_nDescriptor, -1)) {}
+        CDescriptor& operator=(CDescriptor&&) = delete;
+        ~CDescriptor();
+        [[nodiscard]] int Get() const noexcept { return m_nDescriptor; }
+
+    private:
+        int m_nDescriptor;
+    };
+    /// An open folder. What was read of it and is still to be met lies in m_Entries, behind that of its parent.
+    struct FOLDER
     {
-        if (!Visit(Walk->path().native(), IsFolder(*Walk)))
-            Walk.disable_recursion_pending();
-    }
-}
+        CDescriptor m_Descriptor;
+        std::size_t nName;  // where in m_Path the names of its entries begin
+        std::size_t nBegin; // in m_Entries
+        std::size_t nNext;
+        std::size_t nEnd;
+    };
+
+    int Enter(int nParent, const char* lpszFolder, int nFlags);
+    bool Read(FOLDER& st_Folder);
+    bool MeetNext(FOLDER& st_Folder);
+    [[nodiscard]] bool IsToBeEntered() const;
+
+    const bool m_bRecursion;
+    std::string m_Path; // of the entry; before the first one, of the folder itself
+    std::size_t m_nName = 0;
+    unsigned char m_chKind = 0; // as the operating system gives it
+    bool m_bFolder = false;
+    bool m_bMayEnter = false;
+    std::vector<FOLDER> m_Folders; // from the top to the one that is being read
+    std::vector<char> m_Entries;
+};

@@ -2,6 +2,7 @@
 
 #include <algorithm>
 #include <cstdint>
+#include <cstring>
 #include <system_error>
 
 namespace fs = std::filesystem;
@@ -24,6 +25,11 @@ bool IsCharacter(std::uint32_t nCode) noexcept
 bool IsAsciiByte(char chByte) noexcept
 {
     return static_cast<unsigned char>(chByte) < 0x80;
+}
+
+bool BeginsCharacter(char chByte) noexcept
+{
+    return (static_cast<unsigned char>(chByte) & 0xC0U) != 0x80;
 }
 
 /// Takes one character outside ASCII off the text, which is not empty. False for a byte that begins none, a form
@@ -65,7 +71,8 @@ std::wstring ToWide(std::string_view Text)
 {
     if (IsAscii(Text))
         return {Text.begin(), Text.end()};
-    std::wstring Wide(Text.size(), L'\0'); // room enough: no character is shorter in UTF-8
+    // As many as do not continue a character; of text that is not UTF-8 these come up to its first fault.
+    std::wstring Wide(static_cast<std::size_t>(std::count_if(Text.begin(), Text.end(), BeginsCharacter)), L'\0');
     auto pEnd = Wide.begin();
     for (std::string_view Rest = Text;;)
     {
@@ -73,20 +80,23 @@ std::wstring ToWide(std::string_view Text)
         pEnd = std::copy(Rest.begin(), pRunEnd, pEnd);
         Rest.remove_prefix(static_cast<std::size_t>(pRunEnd - Rest.begin()));
         if (Rest.empty())
-            break;
+            return Wide;
         std::uint32_t nCode = 0;
         if (!TakeCharacter(Rest, nCode))
             RaiseConversionError(Text);
         *pEnd++ = static_cast<wchar_t>(nCode);
     }
-    Wide.erase(pEnd, Wide.end());
-    return Wide;
 }
 
 bool IsAscii(std::string_view Text) noexcept
 {
-    unsigned nBits = 0; // all gathered and one test, which compilers turn into vector code
+    std::uint64_t nBits = 0; // all gathered and one test
+    for (std::uint64_t nWord = 0; Text.size() >= sizeof(nWord); Text.remove_prefix(sizeof(nWord)))
+    {
+        std::memcpy(&nWord, Text.data(), sizeof(nWord));
+        nBits |= nWord;
+    }
     for (const char chByte : Text)
         nBits |= static_cast<unsigned char>(chByte);
-    return nBits < 0x80U;
+    return (nBits & 0x8080808080808080U) == 0;
 }

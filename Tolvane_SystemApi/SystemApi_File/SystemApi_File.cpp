@@ -5,6 +5,7 @@
 #include "../pch.h"
 #include "FolderWalk.h"
 #include "NativePath.h"
+#include "TextQueue.h"
 
 #include <algorithm>
 #include <array>
@@ -17,6 +18,7 @@
 #include <strings.h>
 #include <sys/stat.h>
 #include <unistd.h>
+#include <utility>
 
 namespace fs = std::filesystem;
 
@@ -271,35 +273,29 @@ bool CSystemApi_File::SystemApi_File_CopyFileW(const wchar_t* lpszSource, const 
 
 namespace
 {
-std::string_view NameOf(std::string_view Path) noexcept
+/// What follows the last dot of a name; nothing where that dot comes first.
+std::string_view ExtensionOf(std::string_view Name) noexcept
 {
-    return Path.substr(Path.rfind('/') + 1);
-}
-
-/// What follows the last dot of the last name; nothing where that dot comes first. It ends where the path ends.
-std::string_view ExtensionOf(std::string_view Path) noexcept
-{
-    const std::string_view Name = NameOf(Path);
     const std::size_t nDot = Name.rfind('.');
     return Name.substr(nDot == Name.npos || nDot == 0 ? Name.size() : nDot + 1);
 }
 
 /// Kept on purpose: a tree's walk leaves these two folders out, and goes by their exact names.
 template <typename Char>
-bool IsSkipped(std::string_view Path)
+bool IsSkipped(std::string_view Name)
 {
-    const auto Name = FileRules<Char>::FromNative(NameOf(Path));
-    const auto m_Is = [&Name](std::string_view Skipped) {
-        return std::equal(Name.begin(), Name.end(), Skipped.begin(), Skipped.end());
+    const auto Text = FileRules<Char>::FromNative(Name);
+    const auto m_Is = [&Text](std::string_view Skipped) {
+        return std::equal(Text.begin(), Text.end(), Skipped.begin(), Skipped.end());
     };
     return m_Is("$RECYCLE.BIN") || m_Is("System Volume Information");
 }
 
 /// Kept on purpose: the filter is written without a dot, is the beginning of an extension, and is blind to case.
 template <typename Char>
-bool Admits(std::basic_string_view<Char> Filter, std::string_view Path)
+bool Admits(std::basic_string_view<Char> Filter, std::string_view Name)
 {
-    const auto Ext = FileRules<Char>::FromNative(ExtensionOf(Path));
+    const auto Ext = FileRules<Char>::FromNative(ExtensionOf(Name)); // narrow, it ends where the path ends
     return FileRules<Char>::pfnCompareAnyCase(Filter.data(), Ext.data(), Filter.size()) == 0;
 }
 
@@ -341,13 +337,10 @@ private:
     std::optional<bool> m_bAsciiStays;
 };
 
-template <typename Char>
-bool EnumFileToList(const Char* lpszPath, std::list<std::basic_string<Char>>* pStl_ListFile, bool bRecursion,
-                    int nFileType, const Char* lpszFileExt)
+/// Hands the entries that pass to Append, in the walk's order.
+template <typename Char, typename Appender>
+bool EnumFile(const Char* lpszPath, bool bRecursion, int nFileType, const Char* lpszFileExt, Appender&& Append)
 {
-    ClearError();
-    if (!lpszPath || !pStl_ListFile)
-        return Fail(ERROR_SYSTEMAPI_FILE_ENUMFILE_PARAMETER);
     const fs::path Folder = ToPath(lpszPath);
     if (!fs::is_directory(Folder))
         return Fail(ERROR_SYSTEMAPI_FILE_ENUMFILE_NOTDIR);
@@ -355,52 +348,64 @@ bool EnumFileToList(const Char* lpszPath, std::list<std::basic_string<Char>>* pS
     const bool bTakesFolders = static_cast<unsigned>(nFileType) - 2U <= 1U; // 2 and 3
     const bool bTakesFiles = (nFileType & ~2) == 1;                         // 1 and 3
     const std::basic_string_view<Char> Filter = lpszFileExt ? lpszFileExt : std::basic_string_view<Char>();
-    const auto m_Passes = [&](const std::string& Path) {
-        return !lpszFileExt || Admits(Filter, Path);
-    };
     [[maybe_unused]] CAnsiForm m_AnsiForm;
 
-    WalkFolder(Folder, bRecursion, [&](const std::string& Path, bool bFolder) {
-        if (bFolder)
+    CFolderWalk m_Walk(Folder, bRecursion);
+    while (m_Walk.Next())
+    {
+        const std::string& Path = m_Walk.Path();
+        if (m_Walk.IsFolder())
         {
-            if (bRecursion && IsSkipped<Char>(Path))
-                return false;
-            if (bTakesFolders)
-                pStl_ListFile->emplace_back(FileRules<Char>::FromNative(Path));
+            if (bRecursion && IsSkipped<Char>(m_Walk.Name()))
+                m_Walk.StayOut();
+            else if (bTakesFolders)
+                Append(FileRules<Char>::FromNative(Path));
+            continue;
         }
-        else if (bTakesFiles)
+        if (!bTakesFiles)
+            continue;
+        const auto m_Passes = [&] {
+            return !lpszFileExt || Admits(Filter, m_Walk.Name());
+        };
+        if constexpr (FileRules<Char>::bTreeFilesByAnsi)
         {
-            if constexpr (FileRules<Char>::bTreeFilesByAnsi)
+            if (bRecursion)
             {
-                if (bRecursion)
-                {
-                    const std::string_view Text = m_AnsiForm.Of(Path); // raises for files that do not pass, too
-                    if (m_Passes(Path))
-                        pStl_ListFile->emplace_back(Text);
-                    return true;
-                }
+                const std::string_view Text = m_AnsiForm.Of(Path); // raises for files that do not pass, too
+                if (m_Passes())
+                    Append(Text);
+                continue;
             }
-            if (m_Passes(Path))
-                pStl_ListFile->emplace_back(FileRules<Char>::FromNative(Path));
         }
-        return true;
-    });
+        if (m_Passes())
+            Append(FileRules<Char>::FromNative(Path));
+    }
     return true;
 }
 
-/// A list as a table of rows. The rows are longer than usual where an entry would not fit.
 template <typename Char>
-Char** MakeTable(const std::list<std::basic_string<Char>>& List)
+bool EnumFileToList(const Char* lpszPath, std::list<std::basic_string<Char>>* pStl_ListFile, bool bRecursion,
+                    int nFileType, const Char* lpszFileExt)
 {
-    std::size_t nLongest = 0;
-    for (const auto& Entry : List)
-        nLongest = std::max(nLongest, Entry.size());
-    const std::size_t nRowSize = std::max<std::size_t>(BASELIB_TEXT_SIZE, (nLongest + 1) * sizeof(Char));
+    ClearError();
+    if (!lpszPath || !pStl_ListFile)
+        return Fail(ERROR_SYSTEMAPI_FILE_ENUMFILE_PARAMETER);
+    return EnumFile(lpszPath, bRecursion, nFileType, lpszFileExt,
+                    [&](auto&& Entry) { pStl_ListFile->emplace_back(std::forward<decltype(Entry)>(Entry)); });
+}
 
-    CRowTable<Char> m_Table(static_cast<long long>(List.size()), static_cast<int>(nRowSize));
-    long long nRow = 0;
-    for (const auto& Entry : List)
-        Entry.copy(m_Table[nRow++], Entry.size());
+/// The entries as a table of rows. The rows are longer than usual where an entry would not fit.
+template <typename Char>
+Char** MakeTable(CTextQueue<Char>& Entries)
+{
+    const std::size_t nRowSize = std::max<std::size_t>(BASELIB_TEXT_SIZE, (Entries.Longest() + 1) * sizeof(Char));
+    const auto nRows = static_cast<long long>(Entries.Count());
+    CRowTable<Char> m_Table(nRows, static_cast<int>(nRowSize));
+    for (long long nRow = 0; nRow < nRows; ++nRow)
+    {
+        const std::basic_string_view<Char> Entry = Entries.Take();
+        Entry.copy(m_Table[nRow], Entry.size());
+    }
     return m_Table.HandOver();
 }
 
@@ -429,15 +434,17 @@ bool EnumFileToTable(const Char* lpszPath, Char*** pppszFileList, int* pInt_List
         lpszFolder = tszFilePath;
     }
 
-    std::list<std::basic_string<Char>> List;
-    if (!EnumFileToList(lpszFolder, &List, bRecursion, nFileType, lpszFileExt))
+    if (!lpszFolder)
+        return Fail(ERROR_SYSTEMAPI_FILE_ENUMFILE_PARAMETER);
+    CTextQueue<Char> Entries;
+    if (!EnumFile(lpszFolder, bRecursion, nFileType, lpszFileExt, [&](const auto& Entry) { Entries.Append(Entry); }))
         return false;
     if (pppszFileList)
-        *pppszFileList = MakeTable(List);
+        *pppszFileList = MakeTable(Entries);
     if (pInt_ListCount)
-        *pInt_ListCount = static_cast<int>(List.size());
+        *pInt_ListCount = static_cast<int>(Entries.Count());
     // Kept on purpose: a table and a count of nothing are handed out all the same.
-    return !List.empty() || Fail(ERROR_SYSTEMAPI_FILE_ENUMFILE_NOTFOUND);
+    return Entries.Count() > 0 || Fail(ERROR_SYSTEMAPI_FILE_ENUMFILE_NOTFOUND);
 }
 } // namespace
 

@@ -1,5 +1,6 @@
 #pragma once
 
+/// \file
 /// Files and folders. The operations are described in Tolvane_SystemApi.h.
 
 #include <Tolvane_SystemApi.h>
@@ -7,11 +8,12 @@
 #include <list>
 #include <string>
 
+/// The file operations, each named as the C function that forwards to it. The class has no data.
 class SYSTEMAPI_EXPORT CSystemApi_File
 {
 public:
-    CSystemApi_File();
-    ~CSystemApi_File();
+    CSystemApi_File();  ///< Does nothing.
+    ~CSystemApi_File(); ///< Does nothing.
 
     /// Size, times and flags of a path.
     bool SystemApi_File_GetFileAttrA(const char* lpszPath, SYSTEMAPI_FILE_ATTR* pSt_FileAttr);
@@ -36,12 +38,20 @@ public:
 
     /// What a folder or a tree holds, appended to a list.
     ///
-    /// As the table form of the same name below, with these differences: lpszPath is a folder, never a pattern;
-    /// lpszFileExt is the filter, without its dot, null for none; a walk that finds nothing is no failure, so
-    /// ..._NOTFOUND is never set; an entry is a string of any length. The entries that the list holds stay in front,
-    /// also those appended before an exception.
+    /// \param[in]     lpszPath      the folder, never a pattern
+    /// \param[in,out] pStl_ListFile entries, strings of any length, are appended to what it holds; those appended before
+    ///                              an exception stay
+    /// \param[in]     bRecursion    as in the table form
+    /// \param[in]     nFileType     as in the table form
+    /// \param[in]     lpszFileExt   the filter, without its dot; null for none. Files whose extension begins with it are
+    ///                              listed, in either case; the empty filter admits every file
+    /// \return true, also when nothing was found, or false with ..._ENUMFILE_PARAMETER (path or list is null) or
+    ///         ..._ENUMFILE_NOTDIR, list untouched. Every other failure is a filesystem_error.
+    ///
+    /// What it finds is as in the table form of the same name below.
     bool SystemApi_File_EnumFileA(const char* lpszPath, std::list<std::string>* pStl_ListFile, bool bRecursion,
                                   int nFileType, const char* lpszFileExt);
+    /// \copydoc SystemApi_File_EnumFileA(const char*, std::list<std::string>*, bool, int, const char*)
     bool SystemApi_File_EnumFileW(const wchar_t* lpszPath, std::list<std::wstring>* pStl_ListFile, bool bRecursion,
                                   int nFileType, const wchar_t* lpszFileExt);
     /// What a folder, a tree or a pattern holds, as a table of rows.
@@ -51,4 +61,5 @@ public:
                                   bool bRecursion, int nFileType);
 };
 
+/// The object that the C functions forward to.
 extern SYSTEMAPI_EXPORT CSystemApi_File m_FileSdk;

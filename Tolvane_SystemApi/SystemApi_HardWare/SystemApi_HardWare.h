@@ -1,14 +1,16 @@
 #pragma once
 
+/// \file
 /// The hardware. The operations are described in Tolvane_SystemApi.h.
 
 #include <Tolvane_SystemApi.h>
 
+/// The hardware operations, each named as the C function that forwards to it. The class has no data.
 class SYSTEMAPI_EXPORT CSystemApi_HardWare
 {
 public:
-    CSystemApi_HardWare();
-    ~CSystemApi_HardWare();
+    CSystemApi_HardWare();  ///< Does nothing.
+    ~CSystemApi_HardWare(); ///< Does nothing.
 
     /// Kind and size of the file system that holds a path.
     bool SystemApi_HardWare_GetDiskInfomation(const char* lpszDiskName, tag_SystemApi_Disk_Information* pSt_DiskInfo,
@@ -21,4 +23,5 @@ public:
     bool SystemApi_HardWare_GetSerial(tag_SystemApi_SdkSerial_Information* pSt_SDKSerial);
 };
 
+/// The object that the C functions forward to.
 extern SYSTEMAPI_EXPORT CSystemApi_HardWare m_Hardware;

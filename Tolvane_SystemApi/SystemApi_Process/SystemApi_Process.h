@@ -1,14 +1,16 @@
 #pragma once
 
+/// \file
 /// Processes. The operations are described in Tolvane_SystemApi.h.
 
 #include <Tolvane_SystemApi.h>
 
+/// The process operations, each named as the C function that forwards to it. The class has no data.
 class SYSTEMAPI_EXPORT CSystemApi_Process
 {
 public:
-    CSystemApi_Process();
-    ~CSystemApi_Process();
+    CSystemApi_Process();  ///< Does nothing.
+    ~CSystemApi_Process(); ///< Does nothing.
 
     /// Runs a shell command and takes a run of lines of its output.
     bool SystemApi_Process_ReadCmdReturn(const char* lpszCmd, char* ptszMsgBuffer, int nReadLines, int nStartLine,
@@ -24,8 +26,11 @@ public:
                                       const char* lpszArgv0, const char* lpszArgv1, bool bShow);
     /// Sends SIGINT to a process found by name or id, and waits for a child.
     bool SystemApi_Process_Stop(const char* lpszProcessName, int nPid, bool bWaitSigchld);
-    /// Turns the state letter of a stat entry into a code: R, S, D, Z, T and W give 0 to 5, any other 6. The pointer
-    /// must not be null. Always true.
+    /// Turns the state letter of a stat entry into a code.
+    ///
+    /// \param[in]  cState     R, S, D, Z, T and W give 0 to 5, any other letter 6
+    /// \param[out] pInt_State receives the code; must not be null
+    /// \return true, always.
     bool SystemApi_Process_AppState(char cState, unsigned long* pInt_State);
     /// Processor usage, per cent.
     bool SystemApi_Process_GetProcessCpuUsage(int* pInt_Usage, int nPid);
@@ -45,4 +50,5 @@ public:
     bool SystemApi_Process_GetProcessForCpu(int nPid, unsigned long* pInt_CpuMask);
 };
 
+/// The object that the C functions forward to.
 extern SYSTEMAPI_EXPORT CSystemApi_Process m_ProcessSdk;

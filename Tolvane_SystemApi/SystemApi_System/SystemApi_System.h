@@ -1,14 +1,16 @@
 #pragma once
 
+/// \file
 /// The system. The operations are described in Tolvane_SystemApi.h.
 
 #include <Tolvane_SystemApi.h>
 
+/// The system operations, each named as the C function that forwards to it. The class has no data.
 class SYSTEMAPI_EXPORT CSystemApi_System
 {
 public:
-    CSystemApi_System();
-    ~CSystemApi_System();
+    CSystemApi_System();  ///< Does nothing.
+    ~CSystemApi_System(); ///< Does nothing.
 
     /// The distribution's name, version and code name, and the kernel's release.
     bool SystemApi_System_GetSystemVer(char* ptszOSName, char* ptszOSVersion, char* ptszOSBuild,
@@ -17,14 +19,27 @@ public:
     bool SystemApi_System_GetSysName(char* ptszUserName, char* ptszSysName);
     /// Memory, swap, shared memory and the load.
     bool SystemApi_System_GetMemoryUsage(tag_SystemApi_Memory_Infomation* pSt_MemoryInfo, int nType);
-    /// One sample of every processor's counters, into an array with an element for each hardware thread.
+    /// Takes one sample of every processor's time counters.
+    ///
+    /// \param[out] pSt_CpuOccupy an array with an element for each hardware thread
+    ///                           (std::thread::hardware_concurrency), filled in the order of /proc/stat; what a line does
+    ///                           not hold is left alone
+    /// \return true, or false with ..._GETOCCUPY_OPEN or ..._GETOCCUPY_READ, array untouched.
     bool SystemApi_System_Get_Occupy(tag_LinuxSdk_SystemCpu_Occupy* pSt_CpuOccupy);
-    /// How busy a processor was between two samples, in per cent; leaves the error state alone.
+    /// Tells how busy a processor was between two samples. Leaves the error state alone.
+    ///
+    /// \param[in] pSt_First  the earlier sample of the processor
+    /// \param[in] pSt_Second the later one
+    /// \return per cent: user and system time of all counted time. NaN or an infinity where no time was counted, and out
+    ///         of 0 to 100 where a counter fell or the total wrapped.
     float SystemApi_System_Cal_Occupy(tag_LinuxSdk_SystemCpu_Occupy* pSt_First,
                                       tag_LinuxSdk_SystemCpu_Occupy* pSt_Second);
     /// The processors' mean usage over one second.
     bool SystemApi_System_GetCpuUsage(int* pInt_Usage);
     /// The idle part of all counted time, as a whole number.
+    ///
+    /// \param[out] nIdleTime receives what the C function of this name gives
+    /// \return as the C function: true, or false with ..._GETSYSIDLETIME_OPEN, output untouched.
     bool SystemApi_System_GetSysIdleTime(unsigned long& nIdleTime);
     /// The processes whose id is above 100.
     bool SystemApi_System_GetProcessList(SYSTEMAPI_PROCESS_INFO*** pppSt_ProcessList, int* pInt_ListCount);
@@ -40,4 +55,5 @@ public:
     bool SystemApi_System_WMIQuery(const char* lpszQuery, const char* lpszField, char* ptszValue, int nValueLen);
 };
 
+/// The object that the C functions forward to.
 extern SYSTEMAPI_EXPORT CSystemApi_System m_SystemSdk;

@@ -1,4 +1,5 @@
 /**
+ * \file
  * SystemApi: one flat interface to the operating system.
  *
  * Rules common to all operations:
@@ -11,20 +12,29 @@
  * Exceptions Failures of the standard file-system facility leave the file operations as
  *            std::filesystem::filesystem_error, through the C functions too, with the flag false. The code tells
  *            nothing of it: it is an earlier failure's, or that of a step inside, such as the search for a missing
- *            folder. An operation that cannot have memory throws std::bad_alloc; inside a directory walk or a tree
- *            removal the standard library ends the process instead.
+ *            folder. An operation that cannot have memory throws std::bad_alloc; inside a tree removal the
+ *            standard library ends the process instead.
  * Threads    No call takes a lock or starts a thread; all may run at once. The error flag and code are one
  *            pair for the whole process, so when two threads fail at once the last writer wins. errno is
- *            the calling thread's. SystemApi_Process_Stop and SystemApi_System_SystemEx change the process's
- *            signal dispositions while they run.
+ *            the calling thread's.
+ * Signals    No call installs a handler. One of the caller's that interrupts a call loses no output of a command and
+ *            shortens no wait. SystemApi_Process_Stop, SystemApi_System_SystemEx and, for what they run,
+ *            SystemApi_System_Shutdown change the process's signal dispositions while they run.
  * Buffers    Records and text buffers are the caller's, who zeroes them first: most operations append to,
  *            or fill in part, what is there. A text buffer holds 1024 bytes unless its operation says
- *            otherwise.
+ *            otherwise. No call keeps a pointer that it was given.
  * Tables     A table of rows handed out is the caller's: give it back with BaseLib_Memory_Free, its address
  *            and the same count.
- * Text       A functions take 8-bit text, the native UTF-8 bytes; W functions take wchar_t.
- * Programs   Many answers come from shell tools. Their text and layout are part of the contract; what they
- *            write to standard error goes to the caller's.
+ * Text       A functions take 8-bit text, the native UTF-8 bytes; W functions take wchar_t. A wide path becomes
+ *            UTF-8 whatever the locale. Text that cannot (a surrogate, a value above U+10FFFF) names no file: where
+ *            a path goes to a call of the operating system, it counts as a missing file, and so does one whose UTF-8
+ *            form exceeds 1023 bytes; where it goes to the standard file-system facility, that raises (EILSEQ).
+ * Units      Sizes are bytes where no unit is named or chosen. Points in time are seconds since 1970-01-01 UTC, or
+ *            local calendar time in a TOLVANE_LIBTIME. Shares are per cent, their fraction cut off.
+ * Programs   Many answers come from shell tools. Their text and layout are part of the contract; what they write to
+ *            standard error goes to the caller's.
+ * Variables  PATH is where the shell looks for these tools. TZ is the zone of local times. The locale that setlocale has
+ *            chosen counts in the enumerations alone.
  */
 #ifndef TOLVANE_SYSTEMAPI_H
 #define TOLVANE_SYSTEMAPI_H
@@ -63,6 +73,9 @@ extern SYSTEMAPI_EXPORT unsigned long SystemApi_dwErrorCode;
  *                            operation has failed; null when not wanted. After a failed system call it is
  *                            what that left; a refused argument leaves it as it was
  * \return SystemApi_dwErrorCode. The error state does not change.
+ *
+ * Blocking   never.
+ * Privilege  none.
  */
 SYSTEMAPI_EXPORT unsigned long SystemApi_GetLastError(int* pInt_ErrorCode);
 
@@ -100,16 +113,15 @@ typedef struct SYSTEMAPI_FILE_ATTR
     bool bIsRead;          /**< the process may read it, judged by its real user and group */
 } SYSTEMAPI_FILE_ATTR;
 
-/* A wide path becomes UTF-8 whatever the locale. Text that cannot (a surrogate, a value above U+10FFFF) names no
- * file: where a path goes to a call of the operating system, it counts as a missing file, and so does one whose
- * UTF-8 form exceeds 1023 bytes; where it goes to the standard file-system facility, that raises (EILSEQ). */
-
 /**
  * Tells the size, the times and the kind of a path, following symbolic links (stat).
  *
  * \param[in]  lpszPath     the path
  * \param[out] pSt_FileAttr the caller's record; every field is written, on success alone
  * \return true, or false with ..._GETATTR_PARAMETER or ..._GETATTR_STAT, record untouched.
+ *
+ * Blocking   as long as the file system takes to answer.
+ * Privilege  search permission for the folders on the way; none for the object itself.
  *
  * Surprising on purpose: nCreateTime is the last status change, and bIsHidden goes by the first character of the
  * path as passed: "./x" and "../x" are hidden, "/home/u/.profile" is not.
@@ -127,7 +139,8 @@ SYSTEMAPI_EXPORT bool SystemApi_File_GetFileAttrW(const wchar_t* lpszPath, SYSTE
  *         touched), ..._SPARSE_OPEN, or ..._SPARSE_WRITE: a disk is full or a limit is reached, and what could be
  *         written stays.
  *
- * Blocks while it writes, 4096 bytes at a time; allocates nothing that grows with the size.
+ * Blocking   while it writes, 4096 bytes at a time; allocates nothing that grows with the size.
+ * Privilege  write permission for the file, or for its folder where it is new.
  *
  * Surprising on purpose: despite the name the file has no holes, and takes its full size on the disk.
  */
@@ -142,6 +155,9 @@ SYSTEMAPI_EXPORT bool SystemApi_File_CreateSparseFileW(const wchar_t* lpszPath, 
  * \return true, also when something stands there already, or false with ..._CREATEFOLDER_PARAMETER or
  *         ..._CREATEFOLDER_CREATE. Every other failure, an empty path's included, is a filesystem_error; folders
  *         made before it stay.
+ *
+ * Blocking   as long as the file system takes.
+ * Privilege  write permission for the lowest folder that exists.
  *
  * Surprising on purpose: an existing file counts as success and is left alone. One backslash at the end of the path
  * is cut off; others are ordinary characters of a name.
@@ -161,6 +177,9 @@ SYSTEMAPI_EXPORT bool SystemApi_File_CreateMutilFolderW(const wchar_t* lpszPath)
  * Links are removed, never followed; but where lpszPath itself is a link to a folder, true removes the link alone,
  * and false what the folder holds.
  *
+ * Blocking   as long as the file system takes, so longer for a large tree.
+ * Privilege  write permission for every folder that loses an entry, read permission for every one that is emptied.
+ *
  * Surprising on purpose: a path that names no folder, such as a file, is left alone, and that counts as success.
  */
 SYSTEMAPI_EXPORT bool SystemApi_File_DeleteMutilFolderA(const char* lpszPath, bool bDeleteFolder);
@@ -174,10 +193,12 @@ SYSTEMAPI_EXPORT bool SystemApi_File_DeleteMutilFolderW(const wchar_t* lpszPath,
  * \param[in] lpszBuffer the bytes; must not be null, also when there are none
  * \param[in] nSize      number of bytes; 0 leaves an empty file. Not checked: a negative one is not allowed
  * \return true when every byte has been handed to the kernel, or false with ..._SAVEBUFF_PARAMETER,
- *         ..._SAVEBUFF_OPEN (also when the folder is an existing file), or the codes of folder creation, which also
- *         raises filesystem_error.
+ *         ..._SAVEBUFF_OPEN (also when the folder is an existing file), or the code of folder creation,
+ *         ..._CREATEFOLDER_CREATE, which also raises filesystem_error: for a folder part of 1024 characters or more,
+ *         say, although the system could hold the file.
  *
- * Blocks: a write that writes nothing, as on a full disk, is tried again until there is room.
+ * Blocking   while it writes. A write that writes nothing, as on a full disk, is tried again until there is room.
+ * Privilege  write permission for the file, or for the lowest folder that exists.
  *
  * Surprising on purpose: after a success into a new folder the error code reads ..._GETATTR_STAT, for the folder
  * that was looked for and was missing. The flag is false.
@@ -192,8 +213,12 @@ SYSTEMAPI_EXPORT bool SystemApi_File_SaveBuffToFileW(const wchar_t* lpszPath, co
  * \param[in] lpszSource   the file to copy, not a folder
  * \param[in] lpszDest     the path of the copy; a bare name means the current folder
  * \param[in] bFailIfExist true: refuse when lpszDest exists, whether or not it may be read
- * \return true, or false with ..._COPY_PARAMETER, ..._COPY_EXIST, ..._COPY_COPY, or the codes of folder creation.
- *         Nearly every failure of the copying itself is a filesystem_error; part of a copy may then stand.
+ * \return true, or false with ..._COPY_PARAMETER, ..._COPY_EXIST, ..._COPY_COPY, or the code of folder creation,
+ *         ..._CREATEFOLDER_CREATE. Nearly every failure of the copying itself is a filesystem_error; part of a copy may
+ *         then stand. So is one of making the folder, and a folder part of lpszDest of 1024 characters or more.
+ *
+ * Blocking   while it copies.
+ * Privilege  read permission for the source, write permission for the copy or for the lowest folder that exists.
  *
  * Surprising on purpose: the error code after a success into a new folder is that of SystemApi_File_SaveBuffToFileA.
  */
@@ -223,7 +248,12 @@ SYSTEMAPI_EXPORT bool SystemApi_File_CopyFileW(const wchar_t* lpszSource, const 
  *         ..._ENUMFILE_NOTFOUND, with a table of no rows and a count of 0 written. Every other failure is a
  *         filesystem_error, nothing written.
  *
- * Folders that may not be read are passed over. Links to folders are listed as folders and not followed.
+ * Folders that may not be read are passed over. Links to folders are listed as folders and not followed. An extension
+ * of 64 characters or more counts as none, so that lpszPath is then a folder; a folder part of 1024 characters or more
+ * before an extension gives ..._ENUMFILE_NOTDIR.
+ *
+ * Blocking   as long as the walk takes.
+ * Privilege  read permission for the folders that are to be listed.
  *
  * Surprising on purpose:
  * - A folder whose own name has an extension is a pattern ("data.d" lists files d* of the current folder); write
@@ -296,7 +326,8 @@ typedef struct tag_SystemApi_SdkSerial_Information
  * \return true, or false with ..._GETDISKINFO_PARAMETER or ..._GETDISKINFO_STATFS, record untouched, or with
  *         ..._GETDISKINFO_TYPE and the record filled, its sizes in bytes (on purpose: the unit is looked at last).
  *
- * Asks statfs, which waits where the file system itself does not answer (a network share).
+ * Blocking   as long as statfs, which waits where the file system itself does not answer (a network share).
+ * Privilege  search permission for the folders on the way.
  */
 SYSTEMAPI_EXPORT bool SystemApi_HardWare_GetDiskInfomation(const char* lpszDiskName,
                                                            tag_SystemApi_Disk_Information* pSt_DiskInfo,
@@ -312,6 +343,9 @@ SYSTEMAPI_EXPORT bool SystemApi_HardWare_GetDiskInfomation(const char* lpszDiskN
  * \param[out] pInt_ListCount receives the number of names
  * \return true, or false with ..._GETDISKNUMBER_PARAMETER or ..._GETDISKNUMBER_OPEN, outputs untouched.
  *
+ * Blocking   no longer than the kernel file takes to be read.
+ * Privilege  none.
+ *
  * Surprising on purpose: disks of other families are never listed; a virtual machine with nothing but "vda" gives
  * a count of 0, and true.
  */
@@ -324,6 +358,9 @@ SYSTEMAPI_EXPORT bool SystemApi_HardWare_GetDiskNumber(char*** pppszRootName, in
  * \return true, or false with ..._GETCPUINFO_PARAMETER, record untouched, or with ..._GETCPUINFO_READ when
  *         /proc/cpuinfo could not be opened, ended before its eighth line, or its fifth line holds no ": ". Then
  *         nCpuCore is set all the same, and so are the fields of the lines that were reached.
+ *
+ * Blocking   no longer than the kernel file takes to be read.
+ * Privilege  none.
  *
  * Surprising on purpose: the table is read by position, as the kernel prints the first processor on x86: the
  * vendor is the third word of line 2, the name stands behind the first ": " of line 5, the clock rate is the
@@ -340,16 +377,17 @@ SYSTEMAPI_EXPORT bool SystemApi_HardWare_GetCpuInfomation(tag_SystemApi_Cpu_Info
  * \return true, or false with ..._GETSERIAL_PARAMETER. A command that fails (no rights, no such tool) leaves its
  *         field empty and the result true.
  *
- * Runs dmidecode, blkid and cat under sudo, one after the other, and waits for each; where sudo wants a password
- * and has a terminal, it asks for it there. What the commands print is appended to what the fields hold. A text
- * longer than its field runs into the fields after it, never past the record.
+ * Runs dmidecode, blkid and cat under sudo, one after the other. What the commands print is appended to what the
+ * fields hold. A text longer than its field runs into the fields after it, never past the record.
+ *
+ * Blocking   until each command has ended; where sudo wants a password and has a terminal, it asks for it there.
+ * Privilege  a sudo that asks for no password, for the superuser too; without it the fields stay empty.
  *
  * Surprising on purpose: the processor ID is the second ID that dmidecode lists, so where the list holds one it is
  * empty; its last character is cut whatever it is. The disk's number is the first text in quotes in what blkid
  * prints second, which for a whole disk usually is the UUID of its partition table; a label with a blank in it
- * leaves the device's name. Of the fields in the order
- * board, processor, disk, system, the first that begins with "none" or "null" (in any case) is cleared, and the
- * later ones are not looked at.
+ * leaves the device's name. Of the fields in the order board, processor, disk, system, the first that begins with
+ * "none" or "null" (in any case) is cleared, and the later ones are not looked at.
  */
 SYSTEMAPI_EXPORT bool SystemApi_HardWare_GetSerial(tag_SystemApi_SdkSerial_Information* pSt_SDKSerial);
 
@@ -406,9 +444,10 @@ typedef struct tag_SystemApi_Process_Infomation
  * \return true, also when the command failed or printed nothing: its exit status is not looked at. False with
  *         ..._READCMD_PARAMETER or ..._READCMD_POPEN, buffer and length untouched.
  *
- * Blocks until the command ends, also when the wanted lines came early: a command that goes on writing then
- * gets SIGPIPE, or a write error alone where the caller ignores SIGPIPE. Without a limit it blocks until all that
- * the command started has closed the output too. A signal handler that interrupts the reading loses nothing.
+ * Blocking   until the command ends, also when the wanted lines came early: a command that goes on writing then
+ *            gets SIGPIPE, or a write error alone where the caller ignores SIGPIPE. Without a limit it blocks until
+ *            all that the command started has closed the output too.
+ * Privilege  the caller's, which the command has too.
  *
  * Surprising on purpose: a line of more than 2047 bytes counts as several, of 2047 bytes each and a rest; of
  * each only what stands before its first null character is appended.
@@ -425,13 +464,16 @@ SYSTEMAPI_EXPORT bool SystemApi_Process_ReadCmdReturn(const char* lpszCmd, char*
  *                                grep pattern: never pass text from an untrusted source
  * \param[in]     nPid            the process id when no name is given; 0 is the calling process
  * \return true; or false with
- *         ..._GETINFO_PARAMETER, record untouched;
- *         ..._GETINFO_NOTFOUND when the name lookup printed nothing, record untouched;
- *         ..._GETINFO_USER when no user has the login uid: all fields but tszUserName are written;
- *         ..._READCMD_POPEN when a command could not be started; what came before it is written.
+ *         - ..._GETINFO_PARAMETER, record untouched;
+ *         - ..._GETINFO_NOTFOUND when the name lookup printed nothing, record untouched;
+ *         - ..._GETINFO_USER when no user has the login uid: all fields but tszUserName are written;
+ *         - ..._READCMD_POPEN when a command could not be started; what came before it is written.
  *
- * Runs, one after the other and waiting for each, "ps -ef | grep NAME | awk '{print $2}'" for a name, then
+ * Runs, one after the other, "ps -ef | grep NAME | awk '{print $2}'" for a name, then
  * "/proc/<id>/stat", "/proc/<id>/statm" and "cat /proc/<id>/loginuid". A command longer than 1023 bytes is cut.
+ *
+ * Blocking   until each command has ended.
+ * Privilege  none.
  *
  * Surprising on purpose: the two entries are handed to the shell as commands, not read. Where they cannot be run,
  * as on every ordinary system, the shell complains on standard error and the call succeeds with nPid,
@@ -453,7 +495,10 @@ SYSTEMAPI_EXPORT bool SystemApi_Process_GetProcessInfo(tag_SystemApi_Process_Inf
  * \param[in]  bShow           not used
  * \return true, or false with ..._CREATE_PARAMETER (the id pointer or the path is null, or the arguments are too
  *         long) or ..._CREATE_SPAWN (no such program, for one), id untouched. errno does not tell why a program
- *         did not start. Does not wait for the program.
+ *         did not start.
+ *
+ * Blocking   until the program is started; not for its end.
+ * Privilege  execute permission for the program, which runs with the caller's own.
  *
  * Surprising on purpose: only the blank splits. A tab does not, runs of blanks give no empty arguments, and quotes
  * are ordinary characters.
@@ -470,12 +515,15 @@ SYSTEMAPI_EXPORT bool SystemApi_Process_CreateProcess(unsigned long* pInt_Proces
  * \param[in]  lpszArgv0       the program's argv[0]
  * \param[in]  lpszArgv1       its one further argument; null when there is none
  * \param[in]  bShow           not used
- * \return in the caller true as soon as the child is forked, or false with ..._RUN_PARAMETER or ..._RUN_FORK. Does
- *         not wait for the child, which the caller reaps.
+ * \return in the caller true as soon as the child is forked, or false with ..._RUN_PARAMETER or ..._RUN_FORK; in the
+ *         child, where the program could not be started, false with ..._RUN_EXEC.
+ *
+ * Blocking   until the child is forked; not for its end. The caller reaps it.
+ * Privilege  execute permission for the program, which runs with the caller's own.
  *
  * Surprising on purpose: the caller is not told the child's id. And where the program cannot be started the call
- * returns a second time, in the child, as false with ..._RUN_EXEC: the child then runs on in the caller's code, a
- * copy of the whole process with the calling thread alone. Leave it with _exit.
+ * returns a second time, in the child, which then runs on in the caller's code, a copy of the whole process with the
+ * calling thread alone. Leave it with _exit.
  */
 SYSTEMAPI_EXPORT bool SystemApi_Process_RunProcess(unsigned long* pInt_ProcessId, const char* lpszProcessName,
                                                    const char* lpszArgv0, const char* lpszArgv1, bool bShow);
@@ -490,14 +538,18 @@ SYSTEMAPI_EXPORT bool SystemApi_Process_RunProcess(unsigned long* pInt_ProcessId
  *                            process group, -1 every process that may be signalled, below -1 another group
  * \param[in] bWaitSigchld    whether SIGCHLD is ignored, process-wide, until the process has ended
  * \return true once the signal is sent and the wait is over; or false with
- *         ..._STOP_READCMD when the lookup could not be started;
- *         ..._STOP_NOTFOUND when it found no process id, or its command would be longer than 1023 bytes;
- *         ..._STOP_PERMISSION or ..._STOP_KILL as kill failed.
+ *         - ..._STOP_READCMD when the lookup could not be started;
+ *         - ..._STOP_NOTFOUND when it found no process id, or its command would be longer than 1023 bytes;
+ *         - ..._STOP_PERMISSION or ..._STOP_KILL as kill failed.
  *
  * A name runs "ps -aux | grep NAME | grep -v grep | awk '{print $2}'" and stops the first process it lists, no
- * other. Blocks as long as a child takes to end, which is for ever when it does not heed SIGINT; a process that is
- * no child is not waited for. With an id of 0 or below one child of that set is waited for, whichever ends first
- * (with bWaitSigchld all of them). A signal handler does not end the wait.
+ * other.
+ *
+ * Blocking   as long as a child takes to end, which is for ever when it does not heed SIGINT; a process that is no
+ *            child is not waited for. With an id of 0 or below one child of that set is waited for, whichever ends
+ *            first (with bWaitSigchld all of them).
+ * Signals    sends SIGINT once. With bWaitSigchld it changes what the whole process does with SIGCHLD.
+ * Privilege  that of kill: the same user, or CAP_KILL.
  *
  * Surprising on purpose: with bWaitSigchld, SIGCHLD has its default disposition after a success, whatever it was
  * before, and stays ignored when kill fails. While it is ignored, other threads find their children reaped.
@@ -512,6 +564,9 @@ SYSTEMAPI_EXPORT bool SystemApi_Process_Stop(const char* lpszProcessName, int nP
  * \return true, or false with 0x040A3000 (pointer is null) or ..._READCMD_POPEN, output untouched.
  *
  * Runs "ps aux | grep <id> | awk '{print($3$4);}'" and takes the first number of the first 1023 bytes.
+ *
+ * Blocking   until the command has ended.
+ * Privilege  none.
  *
  * Surprising on purpose: every line of the listing that holds the digits of the id anywhere counts, and the first
  * one wins, whichever process it is of. No line, no number: the usage is 0. The two columns are printed run
@@ -528,6 +583,9 @@ SYSTEMAPI_EXPORT bool SystemApi_Process_GetProcessCpuUsage(int* pInt_Usage, int 
  *
  * Runs "ps -p <id> -o lstart=" and reads its first line, which is English in every locale of the caller.
  *
+ * Blocking   until the command has ended.
+ * Privilege  none.
+ *
  * Surprising on purpose: an id that no process has is a success that leaves the record as it was. The text is read
  * as standard time, so a start during daylight saving time is reported one hour (the zone's shift) late.
  */
@@ -540,6 +598,9 @@ SYSTEMAPI_EXPORT bool SystemApi_Process_GetUpTime(TOLVANE_LIBTIME* pSt_Time, int
  * \param[in]  nPid     the process id; 0 is the calling process
  * \return true, or false with 0x040A3000 (buffer is null) or ..._GETPATH_READLINK, buffer untouched.
  *
+ * Blocking   never.
+ * Privilege  for a process of another user, that of a debugger (CAP_SYS_PTRACE).
+ *
  * Surprising on purpose: a path of 1024 bytes or more fills the buffer, without an ending null character. A program
  * that was replaced or removed since has " (deleted)" behind its path.
  */
@@ -549,6 +610,9 @@ SYSTEMAPI_EXPORT bool SystemApi_Process_GetPath(char* ptszPath, int nPid);
  * Tells whether the caller runs as the superuser.
  *
  * \return true when the effective user is 0. False is an answer, no failure.
+ *
+ * Blocking   never.
+ * Privilege  none.
  */
 SYSTEMAPI_EXPORT bool SystemApi_Process_IsAdmin(void);
 
@@ -558,6 +622,9 @@ SYSTEMAPI_EXPORT bool SystemApi_Process_IsAdmin(void);
  * \param[out] pInt_Priority receives -20 (most favoured) to 19
  * \param[in]  nPid          the process id; 0 is the calling process
  * \return true, or false with 0x040A3000 (pointer is null) or ..._GETPRIORITY_FAILED, output untouched.
+ *
+ * Blocking   never.
+ * Privilege  none.
  *
  * Surprising on purpose: a nice value of -1 cannot be told from a failure and is reported as one.
  */
@@ -571,6 +638,9 @@ SYSTEMAPI_EXPORT bool SystemApi_Process_GetPriority(int* pInt_Priority, int nPid
  * \return true, or false with ..._SETPRIORITY_RANGE, before any system call, or ..._SETPRIORITY_FAILED, for one
  *         where the caller lacks the privilege.
  *
+ * Blocking   never.
+ * Privilege  CAP_SYS_NICE, or a limit RLIMIT_NICE that allows -20.
+ *
  * Surprising on purpose: no other nice value is accepted, 0 and positive ones included.
  */
 SYSTEMAPI_EXPORT bool SystemApi_Process_SetPriority(int nPriority, int nPid);
@@ -582,6 +652,9 @@ SYSTEMAPI_EXPORT bool SystemApi_Process_SetPriority(int nPriority, int nPid);
  * \param[in] nCpuNumber index of the processor, counted from 0: a number, not a mask
  * \return true, or false with 0x040A3001 (not permitted) or ..._SETCPU_FAILED, also for a processor that the
  *         machine does not have; errno tells.
+ *
+ * Blocking   never.
+ * Privilege  for a thread of another user, CAP_SYS_NICE.
  */
 SYSTEMAPI_EXPORT bool SystemApi_Process_SetProcessForCpu(int nPid, unsigned long nCpuNumber);
 
@@ -591,6 +664,9 @@ SYSTEMAPI_EXPORT bool SystemApi_Process_SetProcessForCpu(int nPid, unsigned long
  * \param[in]     nPid         the thread's id (a process id is its main thread's); 0 is the calling thread alone
  * \param[in,out] pInt_CpuMask bit n is processor n; must not be null
  * \return true, or false with 0x040A3001 (not permitted) or 0x040A3002 (any other reason; errno), mask untouched.
+ *
+ * Blocking   never.
+ * Privilege  none.
  *
  * Surprising on purpose: bits are added to those that the mask holds, so zero it first. The processors 64 and above
  * share the bits of the lower ones: 64 is bit 0 too.
@@ -631,10 +707,10 @@ SYSTEMAPI_EXPORT bool SystemApi_Process_GetProcessForCpu(int nPid, unsigned long
 typedef struct tag_SystemApi_Memory_Infomation
 {
     int nMemoryLoad;                /**< per cent of physical memory in use, its fraction cut off */
-    unsigned long nMemoryTotal;     /**< MemTotal */
-    unsigned long nMemoryAvailable; /**< MemAvailable */
-    unsigned long nSwapTotal;       /**< SwapTotal */
-    unsigned long nSwapFree;        /**< SwapFree */
+    unsigned long nMemoryTotal;     /**< MemTotal of /proc/meminfo, in the unit chosen */
+    unsigned long nMemoryAvailable; /**< MemAvailable of /proc/meminfo, in the unit chosen */
+    unsigned long nSwapTotal;       /**< SwapTotal of /proc/meminfo, in the unit chosen */
+    unsigned long nSwapFree;        /**< SwapFree of /proc/meminfo, in the unit chosen */
     unsigned long nMemoryShared;    /**< the last line that begins with Shmem, always in bytes */
     unsigned long nMemoryReserved1; /**< never filled, but scaled in place by the unit */
     unsigned long nMemoryReserved2; /**< never filled, but scaled in place by the unit */
@@ -667,10 +743,13 @@ typedef struct SYSTEMAPI_PROCESS_INFO
  * \param[out]    ptszKernel    65 bytes: the release that uname gives; null when not wanted
  * \return true, or false with ..._GETSYSTEMVER_PARAMETER or ..._GETSYSTEMVER_UNAME and nothing written.
  *
- * Runs "cat /etc/os-release", waits for it, and takes its first 1023 bytes (a value without quotes that stands
+ * Runs "cat /etc/os-release" and takes its first 1023 bytes (a value without quotes that stands
  * there at the end is cut). A file that is missing, or holds no such line, is no failure: the buffers keep what the
  * caller left in them. Where the command cannot be started the result is true as well, and the code becomes
  * ..._READCMD_POPEN.
+ *
+ * Blocking   until the command has ended.
+ * Privilege  none.
  *
  * Surprising on purpose: keys are compared without regard to case and by their beginning alone (NAME, then
  * VERSION_ID, then VERSION), and a later line overwrites an earlier one. VERSION_CODENAME is a VERSION line too,
@@ -686,6 +765,9 @@ SYSTEMAPI_EXPORT bool SystemApi_System_GetSystemVer(char* ptszOSName, char* ptsz
  *                          the user has no entry or the database cannot be read; null when not wanted
  * \param[out] ptszSysName  1024 bytes: the name that gethostname gives; null when not wanted
  * \return true, always.
+ *
+ * Blocking   as long as the user database takes to answer, which may be a network service.
+ * Privilege  none.
  */
 SYSTEMAPI_EXPORT bool SystemApi_System_GetSysName(char* ptszUserName, char* ptszSysName);
 
@@ -697,7 +779,10 @@ SYSTEMAPI_EXPORT bool SystemApi_System_GetSysName(char* ptszUserName, char* ptsz
  * \param[in]     nType          unit: 1 bytes, 2 KiB, 3 MiB, 4 GiB, rounded down; any other value bytes
  * \return true, or false with ..._GETMEMORYUSAGE_PARAMETER or ..._GETMEMORYUSAGE_POPEN, record untouched.
  *
- * Runs "cat /proc/meminfo" and waits for it; a signal handler that interrupts the reading loses nothing.
+ * Runs "cat /proc/meminfo".
+ *
+ * Blocking   until the command has ended.
+ * Privilege  none.
  *
  * Surprising on purpose: names are compared by their beginning alone, so nMemoryShared holds the last line that
  * begins with Shmem (ShmemPmdMapped, on most kernels), and it stays in bytes whatever the unit. The two reserved
@@ -712,7 +797,10 @@ SYSTEMAPI_EXPORT bool SystemApi_System_GetMemoryUsage(tag_SystemApi_Memory_Infom
  * \return true, or false with ..._GETCPUUSAGE_PARAMETER or the code of the sample that failed (..._GETOCCUPY_OPEN,
  *         ..._GETOCCUPY_READ), output untouched.
  *
- * Blocks for one second; a signal handler does not shorten it. Samples /proc/stat before and after.
+ * Samples /proc/stat twice.
+ *
+ * Blocking   for the second between the samples.
+ * Privilege  none.
  *
  * Surprising on purpose: niced time counts as time and not as busy. Where one processor counted no time at all the
  * result is -2147483648, and true.
@@ -724,6 +812,9 @@ SYSTEMAPI_EXPORT bool SystemApi_System_GetCpuUsage(int* pInt_Usage);
  *
  * \param[out] pInt_IdleTime receives the result; must not be null
  * \return true, or false with ..._GETSYSIDLETIME_OPEN, output untouched.
+ *
+ * Blocking   no longer than the kernel file takes to be read.
+ * Privilege  none.
  *
  * Surprising on purpose: the part is a fraction and is not scaled, so the result is 0 as soon as any time was not
  * idle, and 1 when all of it was. Where no time is counted, or there is no line "cpu " with nine times, it is
@@ -737,13 +828,18 @@ SYSTEMAPI_EXPORT bool SystemApi_System_GetSysIdleTime(unsigned long* pInt_IdleTi
  * \param[out] pppSt_ProcessList receives a table of *pInt_ListCount records, in the order of /proc; must not be
  *                               null. Give it back with BaseLib_Memory_Free and the same count
  * \param[out] pInt_ListCount    receives the number of records; must not be null
- * \return true, or false with 0x040A3002 (a code of the process block, on purpose) when /proc could not be
- *         opened; the outputs are then untouched and errno tells why.
+ * \return true, or false with 0x040A3002 (/proc could not be opened; errno; a code of the process block, on purpose),
+ *         outputs untouched.
  *
- * Runs "cat /proc/<id>/cmdline" for each process and waits for it, one after the other: a shell and a cat each.
+ * Runs "cat /proc/<id>/cmdline" for each process, one after the other: a shell and a cat each.
  * The name is what that prints up to its first null character; it is empty for a kernel thread, a zombie, and a
  * process that ended meanwhile, whose cat then complains on standard error. A process whose command could not be
  * started is left out: the result is true all the same, and the code becomes ..._READCMD_POPEN.
+ *
+ * Blocking   until each command has ended: about a second for several hundred processes.
+ * Privilege  none.
+ *
+ * Surprising on purpose: the ids 1 to 100 are never listed.
  */
 SYSTEMAPI_EXPORT bool SystemApi_System_GetProcessList(SYSTEMAPI_PROCESS_INFO*** pppSt_ProcessList,
                                                       int* pInt_ListCount);
@@ -753,6 +849,11 @@ SYSTEMAPI_EXPORT bool SystemApi_System_GetProcessList(SYSTEMAPI_PROCESS_INFO*** 
  *
  * \param[out] pInt_ProcessCount receives the low 16 bits of the kernel's count
  * \return true, or false with ..._GETPROCESSCOUNT_PARAMETER or ..._GETPROCESSCOUNT_SYSINFO, output untouched.
+ *
+ * Blocking   never.
+ * Privilege  none.
+ *
+ * Surprising on purpose: a count of threads, of the whole machine, is no length for the process list.
  */
 SYSTEMAPI_EXPORT bool SystemApi_System_GetProcessCount(int* pInt_ProcessCount);
 
@@ -764,6 +865,9 @@ SYSTEMAPI_EXPORT bool SystemApi_System_GetProcessCount(int* pInt_ProcessCount);
  *
  * The current time less the time since the start, in whole seconds: two calls may differ by one second, and by more
  * when the clock was set in between.
+ *
+ * Blocking   never.
+ * Privilege  none.
  */
 SYSTEMAPI_EXPORT bool SystemApi_System_GetUpTime(TOLVANE_LIBTIME* pSt_SysTime);
 
@@ -772,11 +876,15 @@ SYSTEMAPI_EXPORT bool SystemApi_System_GetUpTime(TOLVANE_LIBTIME* pSt_SysTime);
  *
  * \param[in] dwType one of SYSTEMAPI_SHUTDOWN_TYPE_...
  * \return true, or false with ..._SHUTDOWN_PARAMETER for any other value (0x10006 included) or ..._SHUTDOWN_EXEC when
- *         the action failed: for the first group errno tells why.
+ *         the action failed: errno tells why, for POWEROFF, REBOOT and SUSPEND alone.
  *
  * At once, and without a sync: what programs have written and the kernel still holds may be lost. POWEROFF, REBOOT
- * and SUSPEND call reboot and need its privilege; MONITOROFF, LOCK and LOGOFF run "xset dpms force off",
- * "gnome-screensaver-command -l" and "pkill -kill -u username" and wait for them.
+ * and SUSPEND call reboot; MONITOROFF, LOCK and LOGOFF run "xset dpms force off", "gnome-screensaver-command -l" and
+ * "pkill -kill -u username" (system).
+ *
+ * Blocking   until the command has ended.
+ * Signals    while a command runs, the process ignores SIGINT and SIGQUIT and the calling thread blocks SIGCHLD.
+ * Privilege  CAP_SYS_BOOT for POWEROFF, REBOOT and SUSPEND; for the others what their command needs.
  *
  * Surprising on purpose: POWEROFF halts the machine and leaves its power on. LOGOFF ends the processes of a user
  * whose name is "username", not the caller's.
@@ -793,9 +901,10 @@ SYSTEMAPI_EXPORT bool SystemApi_System_Shutdown(unsigned long dwType);
  * \return true once the shell has ended, whatever became of the command: its exit status is not reported. False with
  *         ..._SYSTEMEX_PARAMETER, ..._SYSTEMEX_SIGNAL or ..._SYSTEMEX_FORK, and nothing run.
  *
- * Blocks, looking once a second whether the shell has ended, so a call takes a whole number of seconds. Until it
- * returns the process ignores SIGINT and SIGQUIT and the calling thread blocks SIGCHLD; the command itself gets them
- * as they were.
+ * Blocking   until the shell has ended, looking once a second, so a call takes a whole number of seconds.
+ * Signals    until it returns the process ignores SIGINT and SIGQUIT and the calling thread blocks SIGCHLD; the
+ *            command itself gets them as they were.
+ * Privilege  the caller's, which the command has too.
  *
  * Surprising on purpose: the limit meets the shell alone, so a program that it started in the background goes on.
  * After ..._SYSTEMEX_SIGNAL the dispositions that were already changed stay so, and after ..._SYSTEMEX_FORK all of
@@ -803,7 +912,17 @@ SYSTEMAPI_EXPORT bool SystemApi_System_Shutdown(unsigned long dwType);
  */
 SYSTEMAPI_EXPORT bool SystemApi_System_SystemEx(const char* lpszCmd, int nTimeout);
 
-/** Does nothing on this platform: reads and writes none of its arguments and returns true. */
+/**
+ * Does nothing on this platform: neither reads nor writes its arguments.
+ *
+ * \param[in]  lpszQuery, lpszField not used
+ * \param[out] ptszValue            not written
+ * \param[in]  nValueLen            not used
+ * \return true, always.
+ *
+ * Blocking   never.
+ * Privilege  none.
+ */
 SYSTEMAPI_EXPORT bool SystemApi_System_WMIQuery(const char* lpszQuery, const char* lpszField, char* ptszValue,
                                                 int nValueLen);
 

@@ -1,4 +1,4 @@
-/// The system queries against a bare open, read and scan of the same file.
+/// The processors' counters against a bare open, read and scan of the same file.
 #include <SystemApi_System/SystemApi_System.h>
 
 #include <benchmark/benchmark.h>
@@ -54,29 +54,8 @@ void Occupy(benchmark::State& State)
         m_SystemSdk.SystemApi_System_Get_Occupy(Sample.data());
 }
 
-void BareMemory(benchmark::State& State)
-{
-    for (auto _ : State)
-    {
-        FILE* const pPipe = popen("cat /proc/meminfo", "r");
-        char tszLine[2048];
-        long long nAmount = 0;
-        while (fgets(tszLine, sizeof(tszLine), pPipe))
-            benchmark::DoNotOptimize(sscanf(tszLine, "%*s %lld", &nAmount));
-        pclose(pPipe);
-    }
-}
-void MemoryUsage(benchmark::State& State)
-{
-    tag_SystemApi_Memory_Infomation st_Memory = {};
-    for (auto _ : State)
-        SystemApi_System_GetMemoryUsage(&st_Memory, 2);
-}
-
 BENCHMARK(BareSummary);
 BENCHMARK(IdleTime);
 BENCHMARK(BareSample);
 BENCHMARK(Occupy);
-BENCHMARK(BareMemory)->UseRealTime();
-BENCHMARK(MemoryUsage)->UseRealTime();
 } // namespace

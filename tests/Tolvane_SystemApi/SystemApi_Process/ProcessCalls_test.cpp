@@ -256,18 +256,22 @@ TEST(Processors, AnIndexIsOneBitAndTheMaskFolds)
                 fs::create_directory(Folder / ("cpu" + std::to_string(nCpu)));
             ASSERT_EQ(sysconf(_SC_NPROCESSORS_CONF), nConfigured);
             cpu_set_t st_All = {};
+            int nAsked = 0; // the calling thread: not turned into the process
             StandIns().SetAffinity = [&](pid_t nPid, std::size_t nSize, const cpu_set_t* pSt_Set) {
                 CPU_OR(&st_All, &st_All, pSt_Set);
-                return nPid == -5 && nSize == 128 && CPU_COUNT(pSt_Set) <= 1 ? 0 : -1;
+                return nPid == nAsked && nSize == 128 && CPU_COUNT(pSt_Set) <= 1 ? 0 : -1;
             };
             StandIns().GetAffinity = [&](pid_t nPid, std::size_t nSize, cpu_set_t* pSt_Set) {
                 *pSt_Set = st_All;
-                return nPid == -5 && nSize == 128 ? 0 : -1;
+                return nPid == nAsked && nSize == 128 ? 0 : -1;
             };
-            for (const unsigned long nCpu : Bound)
-                EXPECT_TRUE(SystemApi_Process_SetProcessForCpu(-5, nCpu));
             unsigned long dwMask = 0x10;
-            EXPECT_TRUE(SystemApi_Process_GetProcessForCpu(-5, &dwMask));
+            for (nAsked = -5; nAsked <= 0; nAsked += 5)
+            {
+                for (const unsigned long nCpu : Bound)
+                    EXPECT_TRUE(SystemApi_Process_SetProcessForCpu(nAsked, nCpu));
+                EXPECT_TRUE(SystemApi_Process_GetProcessForCpu(nAsked, &dwMask));
+            }
             EXPECT_EQ(dwMask, dwExpected);
         }
     });

@@ -2,6 +2,7 @@
 #include "Sandbox.h"
 #include "SystemApi_System/SystemApi_System.h"
 
+#include <algorithm>
 #include <cstring>
 #include <limits>
 #include <string>
@@ -91,8 +92,21 @@ TEST(SystemEx, RunsACommandUpToTheLimitAndLeavesSignalsAsTheyWere)
         };
         for (const char* lpszCmd : {"", "exit 3", "kill -9 $$", "exec 2>/dev/null; no-such-command-here"})
             EXPECT_TRUE(SystemApi_System_SystemEx(lpszCmd, 60)) << lpszCmd;
-        for (const int nTimeout : {0, std::numeric_limits<int>::min()})
-            EXPECT_TRUE(SystemApi_System_SystemEx("while :; do :; done", nTimeout));
+        for (const int nTimeout : {0, std::numeric_limits<int>::min(), 2})
+        {
+            std::time_t nNow = 1000;
+            StandIns().Time = [&] {
+                return nNow;
+            };
+            StandIns().Sleep = [&](unsigned nSeconds) {
+                nNow += nSeconds;
+                return 0U;
+            };
+            EXPECT_TRUE(SystemApi_System_SystemEx("trap '' TERM QUIT INT; while :; do :; done", nTimeout));
+            EXPECT_EQ(nNow, 1000 + std::max(nTimeout, 0)) << "killed at the first poll at or behind the limit";
+            StandIns().Time = nullptr;
+            StandIns().Sleep = nullptr;
+        }
         const std::string Background =
             "(until [ -e " + m_Folder / "go" + " ]; do sleep 0.1; done; echo > " + Copy + ")";
         EXPECT_TRUE(SystemApi_System_SystemEx((Background + " & wait").c_str(), 1)) << "kills the shell alone";

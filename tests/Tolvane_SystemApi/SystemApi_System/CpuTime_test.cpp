@@ -82,12 +82,14 @@ TEST(CpuBusy, FormulaWithItsWrapsAndWithoutAGuard)
     } st_Rows[] = {
 #include "../../data/System/CpuBusy.inc"
     };
+    SystemApi_IsErrorOccur = true;
     for (auto& [lpszWhy, st_First, st_Second, fBusy] : st_Rows)
     {
         EXPECT_EQ(m_SystemSdk.SystemApi_System_Cal_Occupy(&st_First, &st_Second), static_cast<float>(fBusy))
             << lpszWhy;
         EXPECT_TRUE(std::isnan(m_SystemSdk.SystemApi_System_Cal_Occupy(&st_First, &st_First)));
     }
+    EXPECT_TRUE(SystemApi_IsErrorOccur) << "arithmetic alone, no operation";
 }
 
 TEST(CpuUsage, MeanOverTheProcessorsOnline)
