@@ -1,3 +1,4 @@
+# SPDX-License-Identifier: MIT
 # SYSTEMAPI_SANITIZE: "address,undefined" or "thread"; the presets asan and tsan set it.
 set(SYSTEMAPI_SANITIZE "" CACHE STRING "Sanitizers for the whole tree, as -fsanitize takes them")
 

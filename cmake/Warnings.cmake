@@ -1,3 +1,4 @@
+# SPDX-License-Identifier: MIT
 # systemapi_target(TARGET): what every target of this tree is compiled with.
 option(SYSTEMAPI_WERROR "Treat warnings as errors (presets and CI set it)" OFF)
 

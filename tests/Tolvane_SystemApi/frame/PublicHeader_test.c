@@ -7,18 +7,12 @@
 #include <string.h>
 
 // clang-format off: rows
-#define SIZE(Record, nSize) {#Record, sizeof(struct Record), nSize},
-#define FIELD(Record, Field, nPlace) {#Record "." #Field, offsetof(struct Record, Field), nPlace},
-#define ERROR(Name, nCode) {#Name, ERROR_SYSTEMAPI_##Name, nCode},
-#define SELECTOR(Name, nValue) {#Name, SYSTEMAPI_SHUTDOWN_TYPE_##Name, nValue},
-// clang-format on
-static const struct
-{
-    const char* lpszName;
-    unsigned long dwDefined, dwDue;
-} st_Values[] = {
+#define SIZE(Record, nSize) _Static_assert(sizeof(struct Record) == (nSize), #Record);
+#define FIELD(Record, Field, nPlace) _Static_assert(offsetof(struct Record, Field) == (nPlace), #Record "." #Field);
+#define ERROR(Name, nCode) _Static_assert(ERROR_SYSTEMAPI_##Name == (nCode), #Name);
+#define SELECTOR(Name, nValue) _Static_assert(SYSTEMAPI_SHUTDOWN_TYPE_##Name == (nValue), #Name);
 #include "PublicHeader.inc"
-};
+// clang-format on
 
 static int nFailures = 0;
 
@@ -34,9 +28,6 @@ static void Expect(bool bHolds, const char* lpszWhat)
 
 int main(void)
 {
-    for (size_t nRow = 0; nRow < sizeof(st_Values) / sizeof(st_Values[0]); ++nRow)
-        Expect(st_Values[nRow].dwDefined == st_Values[nRow].dwDue, st_Values[nRow].lpszName);
-
     int nErrno = 0;
     errno = ENOENT;
     EXPECT(SystemApi_GetLastError(&nErrno) == 0 && nErrno == ENOENT && !SystemApi_IsErrorOccur);

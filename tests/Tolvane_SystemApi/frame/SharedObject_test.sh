@@ -1,4 +1,5 @@
 #!/bin/sh
+# SPDX-License-Identifier: MIT
 # What a shared library shows to the dynamic linker, compared with what is due.
 # usage: SharedObject_test.sh LIBRARY SONAME RUNPATH SYMBOLS
 library=$1 soname=$2 runpath=$3 symbols=$4
