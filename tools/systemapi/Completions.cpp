@@ -59,13 +59,9 @@ void Collect(std::vector<COMMAND>& Commands, const CLI::App& App, const std::str
             st_Option.Names.push_back("-" + Name);
         st_Command.Options.push_back(std::move(st_Option));
     }
-    std::vector<const CLI::App*> Children;
-    for (const CLI::App* pChild :
-         App.get_subcommands([](const CLI::App* pEach) { return !pEach->get_group().empty(); }))
-    {
+    const auto Children = App.get_subcommands(std::function<bool(const CLI::App*)>());
+    for (const CLI::App* pChild : Children)
         st_Command.Subcommands.push_back({pChild->get_name(), pChild->get_description()});
-        Children.push_back(pChild);
-    }
     Commands.push_back(std::move(st_Command));
     for (const CLI::App* pChild : Children)
         Collect(Commands, *pChild, Path.empty() ? pChild->get_name() : Path + " " + pChild->get_name());
@@ -163,11 +159,13 @@ void WriteZsh(std::ostream& Output, const std::vector<COMMAND>& Commands)
         }
         Output << ")\n        ;;\n";
     }
-    Output << "    esac\n"
-              "    _describe systemapi choices\n"
-              "    [[ $PREFIX = -* ]] || _files\n"
-              "}\n"
-              "compdef _systemapi systemapi\n";
+    Output
+        << "    esac\n"
+           "    _describe systemapi choices\n"
+           "    [[ $PREFIX = -* ]] || _files\n"
+           "}\n"
+           "# As one of zsh's own completions the file is the body of the function; otherwise it is sourced.\n"
+           "if [[ $funcstack[1] = _systemapi ]]; then\n    _systemapi\nelse\n    compdef _systemapi systemapi\nfi\n";
 }
 
 void WriteFish(std::ostream& Output, const std::vector<COMMAND>& Commands)
@@ -232,6 +230,5 @@ void AddCompletions(CLI::App& App)
             WriteCompletions(Script, *Shell, App);
             Facts.AddBytes("script", Script.str());
         });
-    pCompletions->group(""); // for the installation, which is of no interest to those who read the help
     pCompletions->add_option("SHELL", *Shell, "The shell")->required()->check(CLI::IsMember({"bash", "zsh", "fish"}));
 }

@@ -35,11 +35,13 @@ std::string WithoutHome(const std::string& File)
     return Home.size() > 1 && File.starts_with(Home) ? "~/" + File.substr(Home.size()) : File;
 }
 
-/// Where a program is found: what the shells that the operations start do.
-std::string Located(const std::string& Program)
+/// Where a program is found by the shells that the operations start, or by sudo, which looks in the administrator's
+/// folders too.
+std::string Located(const std::string& Program, bool bUnderSudo = false)
 {
     const char* lpszPath = std::getenv("PATH");
-    std::istringstream Folders(lpszPath ? lpszPath : "");
+    std::istringstream Folders((lpszPath ? lpszPath : "") +
+                               std::string(bUnderSudo ? ":/usr/local/sbin:/usr/sbin:/sbin" : ""));
     for (std::string Folder; std::getline(Folders, Folder, ':');)
     {
         const std::filesystem::path File = std::filesystem::path(Folder.empty() ? "." : Folder) / Program;
@@ -73,6 +75,7 @@ std::vector<CFacts> Programs()
     {
         const char* lpszName;
         const char* lpszUsedBy;
+        bool bUnderSudo = false;
     } st_Programs[] = {
         {"sh", "all that run a command"},
         {"cat", "version, memory, processes, serial"},
@@ -81,8 +84,8 @@ std::vector<CFacts> Programs()
         {"awk", "process info, stop, usage; serial"},
         {"sort", "serial"},
         {"sudo", "serial"},
-        {"dmidecode", "serial, under sudo"},
-        {"blkid", "serial, under sudo"},
+        {"dmidecode", "serial, under sudo", true},
+        {"blkid", "serial, under sudo", true},
         {"xset", "shutdown monitoroff"},
         {"gnome-screensaver-command", "shutdown lock"},
         {"pkill", "shutdown logoff"},
@@ -92,8 +95,8 @@ std::vector<CFacts> Programs()
     {
         // The shell itself is not searched for.
         const bool bShell = std::strcmp(st_Program.lpszName, "sh") == 0;
-        const std::string Path =
-            bShell ? (access("/bin/sh", X_OK) == 0 ? "/bin/sh" : "") : Located(st_Program.lpszName);
+        const std::string Path = bShell ? (access("/bin/sh", X_OK) == 0 ? "/bin/sh" : "")
+                                        : Located(st_Program.lpszName, st_Program.bUnderSudo);
         CFacts& Row = Rows.emplace_back();
         Row.Add("name", st_Program.lpszName);
         Row.Add("path", Path, UNIT::None, Path.empty() ? "missing" : "");
@@ -110,8 +113,7 @@ std::vector<CFacts> Serials(bool bSudo)
             return "sudo is missing";
         if (!bSudo)
             return "sudo wants a password";
-        if (lpszProgram &&
-            CommandLine(("sudo -n sh -c 'command -v " + std::string(lpszProgram) + "' 2>/dev/null").c_str()).empty())
+        if (lpszProgram && Located(lpszProgram, true).empty())
             return std::string(lpszProgram) + " is missing";
         if (lpszFile && access(lpszFile, F_OK) != 0)
             return std::string("there is no ") + lpszFile;
@@ -185,7 +187,7 @@ std::vector<CFacts> KernelFiles()
 
 void Examine(CFacts& Facts)
 {
-    const bool bSudo = CommandLine("sudo -n true >/dev/null 2>&1 && echo yes") == "yes";
+    const bool bSudo = SudoAsksNothing();
     Facts.AddPart("machine", AddMachine);
     Facts.AddPart("programs", [](CFacts& Part) { Part.AddTable("found", Programs()); });
     Facts.AddPart("sudo", [&](CFacts& Part) { Part.Add("without_password", bSudo); });

@@ -78,13 +78,6 @@ void AddSerials(CFacts& Facts, const std::string& Device)
         Facts.Remark("dmidecode, blkid and cat are asked under sudo: is it there, and may this user call it?");
 }
 
-/// Whether sudo answers without asking for a password.
-bool HasRights()
-{
-    return CommandLine("(sudo -n true || sudo -n cat /sys/class/dmi/id/product_uuid) >/dev/null 2>&1 && echo yes") ==
-           "yes";
-}
-
 /// Where file systems on disks are mounted, each of them once. Network shares are left out: one that does not answer
 /// would hold up the report.
 std::vector<std::string> DiskMounts()
@@ -139,6 +132,12 @@ void AddSerial(CLI::App& Hardware)
                     "DEVICE becomes part of a shell command: never pass text from an untrusted source.");
 }
 } // namespace
+
+bool SudoAsksNothing()
+{
+    return CommandLine("(sudo -n true || sudo -n cat /sys/class/dmi/id/product_uuid) >/dev/null 2>&1 && echo yes") ==
+           "yes";
+}
 
 SERIALS SerialsOf(const std::string& Device)
 {
@@ -207,7 +206,7 @@ void ReportFileSystems(CFacts& Facts)
 
 void ReportSerials(CFacts& Facts)
 {
-    if (HasRights())
+    if (SudoAsksNothing())
         AddSerials(Facts, "");
     else
         Facts.Remark("need sudo without a password; to be asked for one: systemapi hardware serial");

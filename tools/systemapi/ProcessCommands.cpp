@@ -119,8 +119,8 @@ void Start(CFacts& Facts, const std::string& Path, const std::optional<std::stri
 void StartByFork(const std::string& Path, const std::optional<std::string>& Argument)
 {
     const pid_t nTool = getpid();
-    CFacts Outcome;
-    Outcome.Try([&] {
+    try
+    {
         unsigned long nChild = 0;
         Require(
             "RUN",
@@ -129,13 +129,16 @@ void StartByFork(const std::string& Path, const std::optional<std::string>& Argu
                                                     Argument ? Argument->c_str() : nullptr, false);
             },
             Path);
-    });
-    if (getpid() == nTool && Outcome.Status() != EXIT_SUCCESS)
-        throw std::runtime_error(Outcome.All()[0].st_Failure.Message);
-    if (getpid() == nTool)
-        return;
-    WriteFailures(std::cerr, Outcome); // the program could not be started, which its child alone is told
-    _exit(Outcome.Status());
+    }
+    catch (const COperationFailed&)
+    {
+        if (getpid() == nTool)
+            throw;
+        CFacts Outcome; // the program could not be started, which the tool's child alone is told
+        Outcome.Try([] { throw; });
+        WriteFailures(std::cerr, Outcome);
+        _exit(Outcome.Status());
+    }
 }
 
 void Stop(const std::optional<std::string>& Name, int nPid, bool bIgnoreChildren, bool bSure)

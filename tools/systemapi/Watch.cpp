@@ -218,7 +218,7 @@ void Watch()
     const CQuietErrors m_Quiet;
     struct sigaction st_Note = {};
     st_Note.sa_handler = NoteSignal;
-    for (const int nSignal : {SIGINT, SIGTERM, SIGHUP})
+    for (const int nSignal : {SIGINT, SIGTERM, SIGHUP, SIGQUIT})
         sigaction(nSignal, &st_Note, nullptr);
     {
         CScreen Screen;

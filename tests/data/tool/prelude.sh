@@ -4,6 +4,7 @@
 exec 2>&1
 unset COLUMNS
 PATH=$(dirname "$TOOL"):$PATH
+SHARE=$(dirname "$TOOL")/share
 HEADER=$SOURCE/Tolvane_SystemApi/include/Tolvane_SystemApi.h
 
 # sections TITLE...: the exit status of a report where it is not 0, and these sections of it
