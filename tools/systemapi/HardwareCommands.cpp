@@ -75,7 +75,7 @@ void AddSerials(CFacts& Facts, const std::string& Device)
     Facts.Add("disk", st_Serials.Disk);
     Facts.Add("system", st_Serials.System);
     if ((st_Serials.Processor + st_Serials.Mainboard + st_Serials.Disk + st_Serials.System).empty())
-        Facts.Remark("dmidecode, blkid and cat are asked under sudo: is it there, and may this user call it?");
+        Facts.Remark("dmidecode, blkid and cat run under sudo: is it there, may this user call it?");
 }
 
 /// Where file systems on disks are mounted, each of them once. Network shares are left out: one that does not answer

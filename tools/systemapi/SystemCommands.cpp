@@ -214,7 +214,7 @@ void ReportContainer(CFacts& Facts)
     AddLimit("control_groups", st_Group.nVersion, UNIT::None);
     AddLimit("memory_limit", st_Group.nMemoryLimit, UNIT::Bytes);
     AddLimit("processor_limit", st_Group.fProcessorLimit, UNIT::None);
-    Facts.Remark("these are the limits around this process; all other figures are the whole machine's");
+    Facts.Remark("the limits around this process; all other figures are the whole machine's");
 }
 
 void ReportProcesses(CFacts& Facts)
