@@ -173,7 +173,7 @@ private:
         std::from_chars(Code.data(), Code.data() + Code.size(), nCode);
         constexpr int nFirstColour = 30;
         if (nCode > nFirstColour)
-            return COLOR_PAIR(nCode - nFirstColour);
+            return static_cast<attr_t>(COLOR_PAIR(nCode - nFirstColour));
         return nCode == 1 ? A_BOLD : nCode == 2 ? A_DIM : A_NORMAL;
     }
 
