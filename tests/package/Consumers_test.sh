@@ -51,7 +51,7 @@ for place in installed moved; do
     consume cpp "$CXX" -std=c++17
     if [ -e "$BUILD/systemapi" ]; then
         (cd "$TREE/share" && cat bash-completion/completions/systemapi zsh/site-functions/_systemapi \
-            fish/vendor_completions.d/systemapi.fish >"$PLACE/made")
-        for shell in bash zsh fish; do "$TREE/bin/systemapi" completions $shell; done | cmp - "$PLACE/made"
+            fish/vendor_completions.d/systemapi.fish >"$PLACE/completions")
+        for shell in bash zsh fish; do "$TREE/bin/systemapi" completions $shell; done | cmp - "$PLACE/completions"
     fi
 done

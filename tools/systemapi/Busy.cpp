@@ -2,6 +2,7 @@
 
 #include <algorithm>
 #include <charconv>
+#include <cmath>
 #include <filesystem>
 #include <fstream>
 #include <optional>
@@ -72,7 +73,7 @@ std::vector<BUSY_PROCESS> CBusyProcesses::Sample()
         // An id that another process has taken over may count less.
         const auto fDone = static_cast<double>(st_Counters->nTicks - std::min(nBefore, st_Counters->nTicks));
         Ticks[nPid] = st_Counters->nTicks;
-        Found.push_back({nPid, fTicks > 0 ? static_cast<int>(fDone * fWhole / fTicks + 0.5) : 0,
+        Found.push_back({nPid, fTicks > 0 ? static_cast<int>(std::lround(fDone * fWhole / fTicks)) : 0,
                          st_Counters->nPages * nPageSize, st_Counters->Name});
     }
     std::stable_sort(Found.begin(), Found.end(), [](const BUSY_PROCESS& st_Left, const BUSY_PROCESS& st_Right) {

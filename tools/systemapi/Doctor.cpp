@@ -113,7 +113,7 @@ std::vector<CFacts> Serials(bool bSudo)
             return "sudo is missing";
         if (!bSudo)
             return "sudo wants a password";
-        if (lpszProgram && Located(lpszProgram, true).empty())
+        if (lpszProgram != nullptr && Located(lpszProgram, true).empty())
             return std::string(lpszProgram) + " is missing";
         if (lpszFile && access(lpszFile, F_OK) != 0)
             return std::string("there is no ") + lpszFile;

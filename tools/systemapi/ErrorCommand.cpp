@@ -35,9 +35,9 @@ void AddError(CLI::App& App)
         {
             Rows[nRow].Add("symbol", std::string(Found[nRow].Name));
             Rows[nRow].Add("code", CodeText(Found[nRow].dwCode));
-            Rows[nRow].Add("operation", std::string(Found[nRow].Operation()));
-            Rows[nRow].Add("condition", std::string(Found[nRow].Text()));
-            Rows[nRow].Add("errno", Found[nRow].SetsErrno());
+            Rows[nRow].Add("operation", std::string(OperationOf(Found[nRow])));
+            Rows[nRow].Add("condition", std::string(ConditionOf(Found[nRow])));
+            Rows[nRow].Add("errno", SetsErrno(Found[nRow]));
         }
         if (Text->empty())
             Facts.AddTable("symbols", std::move(Rows));

@@ -49,15 +49,21 @@ constexpr struct
 };
 } // namespace
 
-std::string_view ERROR_SYMBOL::Text() const
+std::string_view ConditionOf(const ERROR_SYMBOL& st_Symbol)
 {
-    return Condition.substr(0, Condition.size() - (Condition.ends_with(ErrnoMark) ? ErrnoMark.size() : 0));
+    const std::string_view Text = st_Symbol.Condition;
+    return Text.substr(0, Text.size() - (SetsErrno(st_Symbol) ? ErrnoMark.size() : 0));
 }
 
-std::string_view ERROR_SYMBOL::Operation() const
+bool SetsErrno(const ERROR_SYMBOL& st_Symbol)
+{
+    return st_Symbol.Condition.ends_with(ErrnoMark);
+}
+
+std::string_view OperationOf(const ERROR_SYMBOL& st_Symbol)
 {
     constexpr std::string_view Prefix = "ERROR_SYSTEMAPI_";
-    const std::string_view Rest = Name.substr(Prefix.size());
+    const std::string_view Rest = st_Symbol.Name.substr(Prefix.size());
     const auto* const pFound = std::find_if(std::begin(st_Operations), std::end(st_Operations),
                                             [&](const auto& st_Row) { return Rest.starts_with(st_Row.Symbols); });
     return pFound == std::end(st_Operations) ? std::string_view() : pFound->Function;

@@ -10,13 +10,13 @@ struct ERROR_SYMBOL
     unsigned long dwCode;
     std::string_view Name;
     std::string_view Condition; ///< the header's words; "; errno" at the end: errno tells more
-
-    /// The condition without that end.
-    [[nodiscard]] std::string_view Text() const;
-    [[nodiscard]] bool SetsErrno() const { return Text().size() != Condition.size(); }
-    /// The C function, both widths of which share the symbol: "SystemApi_File_GetFileAttr".
-    [[nodiscard]] std::string_view Operation() const;
 };
+
+/// The condition without that end.
+std::string_view ConditionOf(const ERROR_SYMBOL& st_Symbol);
+bool SetsErrno(const ERROR_SYMBOL& st_Symbol);
+/// The C function, both widths of which share the symbol: "SystemApi_File_GetFileAttr".
+std::string_view OperationOf(const ERROR_SYMBOL& st_Symbol);
 
 /// All of them, in the order of the header.
 const std::vector<ERROR_SYMBOL>& ErrorSymbols();

@@ -32,8 +32,8 @@ FAILURE Describe(const char* lpszOperation, std::string_view Subject)
     st_Failure.Subject = Subject;
     st_Failure.Code = CodeText(dwCode);
     st_Failure.Symbol = Joined(Symbols, [](const ERROR_SYMBOL& st_Symbol) { return st_Symbol.Name; });
-    const std::string Condition = Joined(Symbols, [](const ERROR_SYMBOL& st_Symbol) { return st_Symbol.Text(); });
-    if (std::any_of(Symbols.begin(), Symbols.end(), [](const auto& st_Symbol) { return st_Symbol.SetsErrno(); }))
+    const std::string Condition = Joined(Symbols, ConditionOf);
+    if (std::any_of(Symbols.begin(), Symbols.end(), SetsErrno))
         st_Failure.nErrno = nErrno;
 
     std::string& Line = st_Failure.Message;

@@ -239,7 +239,7 @@ std::string ValueText(const FACT& st_Fact)
         return Harmless(st_Fact.Shown);
     const auto nNumber = WholeNumber(st_Fact.Value);
     const auto nUnsigned = static_cast<unsigned long long>(nNumber.value_or(0));
-    const std::string Text = Plain(st_Fact.Value);
+    std::string Text = Plain(st_Fact.Value);
     if (!nNumber)
         return Text;
     switch (st_Fact.enUnit)

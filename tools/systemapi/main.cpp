@@ -20,16 +20,13 @@ constexpr const char* lpszFooter =
 /// For the scripts that read --json wrong usage is an object too.
 int WrongUsage(CLI::App& App, const CLI::ParseError& Error, bool bJson)
 {
-    const CWrongUsage Usage(Error.what());
+    CFacts Facts;
+    Facts.Try([&] { throw CWrongUsage(Error.what()); });
     if (bJson)
-    {
-        CFacts Facts;
-        Facts.Try([&] { throw Usage; });
         WriteJson(std::cout, "", Facts);
-    }
     else
         App.exit(Error); // shows the help, and what is wrong
-    return FailureOf(Usage).nStatus;
+    return Facts.Status();
 }
 
 int Run(std::span<char*> Arguments)
