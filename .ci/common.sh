@@ -2,7 +2,8 @@
 
 # Everything that building, running and testing needs; .ci/run adds its own.
 # shellcheck disable=SC2034
-PACKAGES="build-essential cmake libcli11-dev libgtest-dev libgmock-dev pkg-config procps"
+PACKAGES="build-essential cmake libcli11-dev libgtest-dev libgmock-dev libncurses-dev
+          nlohmann-json3-dev pkg-config procps"
 
 JOBS=$(nproc)
 LOG=$(mktemp)

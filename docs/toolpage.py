@@ -4,7 +4,7 @@
 usage: toolpage.py TOOL TEMPLATE VERSION > systemapi.1
 
 Asks the tool for --help, and each subcommand that it lists, in turn. A line @OPTIONS@ of the template becomes the
-tool's own options, a line @COMMANDS@ the commands with theirs.
+tool's own options, a line @COMMON@ those of all commands, a line @COMMANDS@ the commands with the others.
 """
 
 import os
@@ -18,6 +18,12 @@ TOOL, TEMPLATE, VERSION = sys.argv[1:4]
 def escaped(text):
     text = re.sub(r"(?<!\w)-|(?<=-)-", r"\\-", text.replace("\\", "\\e"))
     return re.sub(r"^(?=[.'])", r"\\&", text)
+
+
+def name_of(name):
+    """Without what says nothing to readers; what the values are stays."""
+    name = re.sub(r" REQUIRED\b| Excludes:.*", "", name).replace(",--", ", --")
+    return re.sub(r" (?:TEXT|U?INT)\b:?(?:SIZE.*|INT in)? ?", " ", name.replace(" INT=", " N=")).strip()
 
 
 def help_of(command):
@@ -36,7 +42,7 @@ def help_of(command):
             if len(line) - len(line.lstrip()) > 8 and rows:  # the meaning stands on a line of its own, or goes on
                 rows[-1][1] = f"{rows[-1][1]} {line.strip()}".strip()
             else:
-                rows.append([name, meaning.strip()])
+                rows.append([name_of(name), meaning.strip()])
         elif not usage:
             description = f"{description} {line}".strip()
         elif line.strip():
@@ -46,7 +52,6 @@ def help_of(command):
 
 def rows_of(rows):
     for name, meaning in rows:
-        name = re.sub(r" TEXT\b| REQUIRED\b| Excludes:.*", "", name).replace(",--", ", --")
         if name != "-h, --help" and meaning:
             yield from [".TP", f".B {escaped(name)}", escaped(meaning)]
 
@@ -56,6 +61,7 @@ def stop(text):
 
 
 COMMON_FOOTER = help_of(())[3]  # which commands without one of their own repeat
+COMMON = [row for row in help_of(["report"])[2]["Options"] if row in help_of(["doctor"])[2]["Options"]]
 
 
 def commands(path=()):
@@ -68,7 +74,7 @@ def commands(path=()):
         yield from [".TP", f".B {escaped(synopsis)}", stop(description)]
         if footer != COMMON_FOOTER:
             yield escaped(footer)
-        details = [line for title in sections for line in rows_of(sections[title])]
+        details = [line for title in sections for line in rows_of(row for row in sections[title] if row not in COMMON)]
         yield from ([".RS", *details, ".RE"] if details else [])
     for name in below:
         yield from commands((*path, name))
@@ -80,5 +86,7 @@ for line in open(TEMPLATE, encoding="utf-8"):
         print("\n".join(commands()))
     elif line == "@OPTIONS@":
         print("\n".join(rows_of(help_of(())[2].get("Options", []))))
+    elif line == "@COMMON@":
+        print("\n".join(rows_of(COMMON)))
     else:
         print(line.replace("@VERSION@", VERSION))

@@ -49,5 +49,9 @@ for place in installed moved; do
     [ -d "$TREE" ] || mv "$PLACE/installed" "$TREE"
     consume c "$CC" -std=c99
     consume cpp "$CXX" -std=c++17
-    [ ! -e "$BUILD/systemapi" ] || "$TREE/bin/systemapi" --version
+    if [ -e "$BUILD/systemapi" ]; then
+        (cd "$TREE/share" && cat bash-completion/completions/systemapi zsh/site-functions/_systemapi \
+            fish/vendor_completions.d/systemapi.fish >"$PLACE/completions")
+        for shell in bash zsh fish; do "$TREE/bin/systemapi" completions $shell; done | cmp - "$PLACE/completions"
+    fi
 done

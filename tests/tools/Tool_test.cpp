@@ -1,3 +1,4 @@
+#include "ControlGroup.h"
 #include "Fakes.h"
 #include "OwnProcess.h"
 #include "Sandbox.h"
@@ -25,6 +26,8 @@ std::string RunLine(const std::string& Command)
 {
     setenv("TOOL", SYSTEMAPI_TOOL, 1);
     setenv("VERSION", SYSTEMAPI_VERSION, 1);
+    setenv("DATA", TRANSCRIPTS, 1);
+    setenv("SOURCE", SOURCE_FOLDER, 1);
     FILE* pSt_Pipe = popen((". '" TRANSCRIPTS "/prelude.sh'; " + Command).c_str(), "r");
     std::string Output = ReadToEnd(fileno(pSt_Pipe));
     const int nStatus = pclose(pSt_Pipe);
@@ -71,6 +74,35 @@ void Follow(const std::string& Transcript)
             Expected += Pattern(Line);
     Compare();
     EXPECT_FALSE(Command.empty()) << "no transcript " << Transcript;
+}
+
+/// Whether a command line succeeds, quietly; skips the test where it does not.
+bool Needs(const std::string& Command)
+{
+    const bool bThere = RunLine("(" + Command + ") >/dev/null").empty();
+    if (!bThere)
+        SkipBecause(("missing here: " + Command).c_str());
+    return bThere;
+}
+
+/// In the test's child process: a new folder, which is left before it is removed.
+void FollowInFolder(const std::string& Transcript)
+{
+    const CTempFolder m_Folder;
+    ASSERT_EQ(chdir(m_Folder.Path().c_str()), 0);
+    Follow(Transcript);
+    ASSERT_EQ(chdir("/"), 0);
+}
+
+/// In a sandbox: a machine with two disks and serial numbers.
+void FakeHardware(const CFakeTools& Tools)
+{
+    FakeFile("/proc/partitions", "major minor  #blocks  name\n\n 8 0 9 sda\n 8 1 9 sda1\n 252 0 9 vda\n");
+    FakeFile("/proc/cpuinfo", "processor : 0\nvendor_id : Some\x1bVendor\n3\n4\nmodel name : Some CPU\n6\n7\n"
+                              "cpu MHz : 2904.998\n");
+    Tools.Add("sudo", "case \"$REFUSED$*\" in 1-n*) exit 1;; 1*) echo asked for a password;; "
+                      "'dmidecode -t 4') printf 'ID: 1\\nID: 2\\n';; 'blkid '*) echo \"x U=\\\"of-$2\\\"\";; "
+                      "*board_serial) echo None;; *product_uuid) echo 0300-02;; '-n true') ;; *) exit 1;; esac");
 }
 
 /// A report on a terminal that is so many columns wide and shows UTF-8; line ends are as the tool wrote them.
@@ -124,11 +156,36 @@ TEST(Tool, ArgumentsAndExitStatus)
 
 TEST(Tool, FileCommands)
 {
-    RunInChild([] {
-        const CTempFolder m_Folder;
-        ASSERT_EQ(chdir(m_Folder.Path().c_str()), 0);
-        Follow("file.txt");
-        ASSERT_EQ(chdir("/"), 0);
+    RunInChild([] { FollowInFolder("file.txt"); });
+}
+
+TEST(Tool, ErrorsAreTheHeaders)
+{
+    RunInChild([] { FollowInFolder("error.txt"); });
+}
+
+TEST(Tool, JsonIsAsTheSchemaSays)
+{
+    if (!Needs("python3 -c 'import jsonschema'"))
+        return;
+    RunSandboxed([] {
+        const CFakeTools m_Tools;
+        FakeHardware(m_Tools);
+        FakeFile("/proc/meminfo", "MemTotal: 4096 kB\nMemAvailable: 1024 kB\nShmem: 1 kB\n");
+        Follow("json.txt");
+    });
+}
+
+TEST(Tool, MetricsAreWhatPrometheusTakes)
+{
+    if (!Needs("command -v promtool"))
+        return;
+    RunSandboxed([] {
+        const CFakeTools m_Tools;
+        FakeHardware(m_Tools);
+        FakeFile("/etc/os-release", "NAME=\"Blue\\x\xff\"\nVERSION=\"7 (a\"b)\"\n");
+        FakeFile("/proc/meminfo", "MemTotal: 100000 kB\nMemAvailable: 43000 kB\n");
+        FollowInFolder("metrics.txt");
     });
 }
 
@@ -136,16 +193,135 @@ TEST(Tool, HardwareCommandsAndSections)
 {
     RunSandboxed([] {
         const CFakeTools m_Tools;
-        FakeFile("/proc/partitions", "major minor  #blocks  name\n\n 8 0 9 sda\n 8 1 9 sda1\n 252 0 9 vda\n");
-        FakeFile("/proc/cpuinfo", "processor : 0\nvendor_id : Some\x1bVendor\n3\n4\nmodel name : Some CPU\n6\n7\n"
-                                  "cpu MHz : 2904.998\n");
-        m_Tools.Add("sudo",
-                    "case \"$REFUSED$*\" in 1-n*) exit 1;; 1*) echo asked for a password;; "
-                    "'dmidecode -t 4') printf 'ID: 1\\nID: 2\\n';; 'blkid '*) echo \"x U=\\\"of-$2\\\"\";; "
-                    "*board_serial) echo None;; *product_uuid) echo 0300-02;; '-n true') ;; *) exit 1;; esac");
+        FakeHardware(m_Tools);
         ASSERT_EQ(mount("tmpfs", "/mnt", "tmpfs", 0, "size=8m"), 0);
         Follow("hardware.txt");
     });
+}
+
+TEST(Tool, CompletionsInTheShellsThemselves)
+{
+    const struct
+    {
+        const char* lpszNeeds;
+        const char* lpszTranscript;
+    } st_Rows[] = {{"command -v bash", "completions.txt"},
+                   {"command -v zsh && command -v python3", "completions-zsh.txt"},
+                   {"command -v fish", "completions-fish.txt"}};
+    for (const auto& st_Row : st_Rows)
+        if (Needs(st_Row.lpszNeeds))
+            RunInChild([&] { FollowInFolder(st_Row.lpszTranscript); });
+}
+
+TEST(Tool, WatchShowsAndLeavesTheTerminalAsItWas)
+{
+    if (!Needs("command -v python3") || !Needs("! $TOOL watch --help | grep -q 'without ncurses'"))
+        return;
+    RunSandboxed([] {
+        FakeFile("/proc/meminfo", "MemTotal: 4096 kB\nMemAvailable: 1024 kB\n");
+        Follow("watch.txt");
+    });
+}
+
+TEST(Tool, DoctorTellsWhatLacksAndWhy)
+{
+    RunSandboxed([] {
+        const CFakeTools m_Tools;
+        FakeHardware(m_Tools);
+        Follow("doctor.txt");
+    });
+}
+
+/// The limits that a made-up tree of control groups sets.
+TEST(Tool, ControlGroupsLimitAsTheTightestAbove)
+{
+    const std::string Mounts2 = "30 1 0:1 / /cg rw - cgroup2 cgroup2 rw\n";
+    const std::string Mounts1 =
+        "31 1 0:2 / /m rw - cgroup cgroup rw,memory\n32 1 0:3 / /c rw shared:9 - cgroup cgroup "
+        "rw,cpu,cpuacct\n";
+    const struct
+    {
+        const char* lpszWhy;
+        std::string Groups;
+        std::string Mounts;
+        std::vector<std::pair<const char*, const char*>> Files;
+        int nVersion; // 0 for none, and so the following
+        unsigned long long nMemory;
+        double fProcessors;
+    } st_Rows[] = {
+        {"no control group", "", Mounts2, {{"cg/memory.max", "1"}}, 0, 0, 0},
+        {"the own group",
+         "0::/a/b\n",
+         Mounts2,
+         {{"cg/a/b/memory.max", "5000"}, {"cg/a/b/cpu.max", "150000 100000"}},
+         2,
+         5000,
+         1.5},
+        {"a group above is tighter",
+         "0::/a/b\n",
+         Mounts2,
+         {{"cg/a/b/memory.max", "5000"},
+          {"cg/a/memory.max", "4000"},
+          {"cg/a/cpu.max", "50000 100000"},
+          {"cg/a/b/cpu.max", "max 100000"}},
+         2,
+         4000,
+         0.5},
+        {"none", "0::/a\n", Mounts2, {{"cg/a/memory.max", "max"}, {"cg/a/cpu.max", "max 100000"}}, 2, 0, 0},
+        {"what is mounted is the own group",
+         "0::/docker/x\n",
+         "30 1 0:1 /docker/x /cg ro - cgroup2 c rw\n",
+         {{"cg/memory.max", "7000"}},
+         2,
+         7000,
+         0},
+        {"no path leads there from what is mounted",
+         "0::/../other\n",
+         Mounts2,
+         {{"cg/memory.max", "8000"}, {"other/memory.max", "1"}},
+         2,
+         8000,
+         0},
+        {"version 1",
+         "4:memory:/a\n3:cpu,cpuacct:/a\n",
+         Mounts1,
+         {{"m/a/memory.limit_in_bytes", "6000"},
+          {"m/memory.limit_in_bytes", "9223372036854771712"},
+          {"c/a/cpu.cfs_quota_us", "25000"},
+          {"c/a/cpu.cfs_period_us", "100000"},
+          {"c/cpu.cfs_quota_us", "-1"},
+          {"c/cpu.cfs_period_us", "100000"}},
+         1,
+         6000,
+         0.25},
+        {"both, each with a limit",
+         "4:memory:/a\n0::/a\n",
+         Mounts1 + Mounts2,
+         {{"m/a/memory.limit_in_bytes", "6000"}, {"cg/a/cpu.max", "200000 100000"}},
+         1,
+         6000,
+         2},
+        {"lines that are cut short",
+         "0:\n4:memory\n0::/a\n",
+         "30 1 0:1 /\n30 1 0:1 / /cg rw -\n" + Mounts2,
+         {{"cg/a/cpu.max", "1"}, {"cg/a/memory.max", "12x"}},
+         2,
+         0,
+         0},
+    };
+    for (const auto& st_Row : st_Rows)
+    {
+        SCOPED_TRACE(st_Row.lpszWhy);
+        const CTempFolder m_Root;
+        m_Root.Write("proc/self/cgroup", st_Row.Groups);
+        m_Root.Write("proc/self/mountinfo", st_Row.Mounts);
+        for (const auto& [lpszFile, lpszText] : st_Row.Files)
+            m_Root.Write(lpszFile, std::string(lpszText) + "\n");
+        const CONTROL_GROUP st_Group = ReadControlGroup(m_Root.Path());
+        EXPECT_EQ(st_Group.nVersion.value_or(0), st_Row.nVersion);
+        EXPECT_EQ(st_Group.nMemoryLimit.value_or(0), st_Row.nMemory);
+        EXPECT_EQ(st_Group.fProcessorLimit.value_or(0), st_Row.fProcessors);
+    }
 }
 
 TEST(Tool, ProcessCommands)

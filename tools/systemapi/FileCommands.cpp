@@ -1,9 +1,8 @@
 #include "Commands.h"
 #include "Failure.h"
 #include "Progress.h"
-#include "Report.h"
-#include "Terminal.h"
 #include "Text.h"
+#include "Wide.h"
 
 #include <Tolvane_SystemApi.h>
 
@@ -12,7 +11,6 @@
 #include <cstdio>
 #include <filesystem>
 #include <functional>
-#include <iostream>
 #include <limits>
 #include <memory>
 #include <string>
@@ -21,65 +19,59 @@
 
 namespace
 {
-/// Works on one path after the other. A failure is shown, and the next path has its turn.
-void ForEach(const std::vector<std::string>& Paths, const std::function<void(const std::string&)>& pfnWork)
+/// Calls the narrow or the wide form of an operation on a path.
+template <typename Narrow, typename Wide, typename... Rest>
+void OnPath(bool bWide, const char* lpszOperation, Narrow pfnNarrow, Wide pfnWide, const std::string& Path,
+            Rest... rest)
 {
-    bool bFailed = false;
+    if (!bWide)
+        return Require(
+            lpszOperation, [&] { return pfnNarrow(Path.c_str(), rest...); }, Path);
+    const std::wstring WidePath = WideText(Path);
+    Require(
+        lpszOperation, [&] { return pfnWide(WidePath.c_str(), rest...); }, Path);
+}
+
+/// Works on one path after the other. A failure is noted, and the next path has its turn.
+void ForEach(CFacts& Facts, const std::vector<std::string>& Paths,
+             const std::function<void(const std::string&)>& pfnWork)
+{
     for (const std::string& Path : Paths)
-    {
-        try
-        {
-            pfnWork(Path);
-        }
-        catch (const std::exception& Error)
-        {
-            std::cout.flush();
-            std::cerr << "systemapi: " << Harmless(Error.what()) << '\n';
-            bFailed = true;
-        }
-    }
-    if (bFailed)
-        throw CLI::RuntimeError(EXIT_FAILURE);
+        Facts.Try([&] { pfnWork(Path); });
 }
 
 /// Keeps a path from the operations that end the process over a long one.
 void RefuseLong(const std::string& Path)
 {
     if (Path.size() >= BASELIB_TEXT_SIZE)
-        throw std::runtime_error(Path + ": longer than 1023 bytes");
+        throw CWrongUsage(Path + ": longer than 1023 bytes");
 }
 
-std::string LocalTime(long long nTime)
-{
-    TOLVANE_LIBTIME st_Time = {};
-    return BaseLib_Time_TTimeToStuTime(nTime, &st_Time) ? DateAndTime(st_Time) : std::string();
-}
-
-void ShowAttr(CReport& Output, const std::string& Path)
+CFacts Attributes(const std::string& Path, bool bWide)
 {
     SYSTEMAPI_FILE_ATTR st_Attr = {};
-    Require(
-        "GETATTR", [&] { return SystemApi_File_GetFileAttrA(Path.c_str(), &st_Attr); }, Path);
+    OnPath(bWide, "GETATTR", SystemApi_File_GetFileAttrA, SystemApi_File_GetFileAttrW, Path, &st_Attr);
+    CFacts Facts;
+    Facts.Add("path", Path);
+    Facts.Add("kind", st_Attr.bIsFile ? "file" : "folder");
     const auto nSize = static_cast<unsigned long long>(st_Attr.nFileSize);
-    Output.Section(Harmless(Path));
-    Output.Line("Kind", st_Attr.bIsFile ? "file" : "folder");
-    Output.Line("Size", std::to_string(nSize) + " bytes, " + HumanSize(nSize));
-    Output.Line("Changed", LocalTime(st_Attr.nCreateTime));
-    Output.Line("Accessed", LocalTime(st_Attr.nAccessTime));
-    Output.Line("Modified", LocalTime(st_Attr.nWriteTime));
-    Output.Line("Hidden", st_Attr.bIsHidden ? "yes" : "no");
-    Output.Line("Readable", st_Attr.bIsRead ? "yes" : "no");
+    Facts.Add("size", nSize, UNIT::Bytes, std::to_string(nSize) + " bytes, " + HumanSize(nSize));
+    Facts.Add("changed", st_Attr.nCreateTime, UNIT::Timestamp);
+    Facts.Add("accessed", st_Attr.nAccessTime, UNIT::Timestamp);
+    Facts.Add("modified", st_Attr.nWriteTime, UNIT::Timestamp);
+    Facts.Add("hidden", st_Attr.bIsHidden);
+    Facts.Add("readable", st_Attr.bIsRead);
+    return Facts;
 }
 
-void Zero(const std::string& Path, std::uint64_t nSize)
+void Zero(const std::string& Path, std::uint64_t nSize, bool bWide)
 {
     const CProgress m_Progress(Path, nSize);
     const auto nSigned = static_cast<long long>(nSize); // what is too large turns negative, which is refused
-    Require(
-        "SPARSE", [&] { return SystemApi_File_CreateSparseFileA(Path.c_str(), nSigned); }, Path);
+    OnPath(bWide, "SPARSE", SystemApi_File_CreateSparseFileA, SystemApi_File_CreateSparseFileW, Path, nSigned);
 }
 
-void SaveStandardInput(const std::string& Path)
+void SaveStandardInput(const std::string& Path, bool bWide)
 {
     constexpr std::size_t nMost = std::numeric_limits<int>::max();
     std::string Bytes;
@@ -93,37 +85,62 @@ void SaveStandardInput(const std::string& Path)
     if (std::ferror(stdin) != 0)
         throw std::runtime_error("standard input: " + std::generic_category().message(errno));
     const CProgress m_Progress(Path, Bytes.size());
-    const int nSize = static_cast<int>(Bytes.size());
-    Require(
-        "SAVEBUFF", [&] { return SystemApi_File_SaveBuffToFileA(Path.c_str(), Bytes.data(), nSize); }, Path);
+    OnPath(bWide, "SAVEBUFF", SystemApi_File_SaveBuffToFileA, SystemApi_File_SaveBuffToFileW, Path, Bytes.data(),
+           static_cast<int>(Bytes.size()));
 }
 
-void Copy(const std::string& Source, const std::string& Dest, bool bFailIfExist)
+void Copy(const std::string& Source, const std::string& Dest, bool bFailIfExist, bool bWide)
 {
     std::error_code Ignored; // the copy itself will tell
     const auto nSize = std::filesystem::file_size(Source, Ignored);
     const CProgress m_Progress(Dest, Ignored ? 0 : nSize);
+    if (!bWide)
+        return Require(
+            "COPY", [&] { return SystemApi_File_CopyFileA(Source.c_str(), Dest.c_str(), bFailIfExist); }, Dest);
+    const std::wstring WideSource = WideText(Source);
+    const std::wstring WideDest = WideText(Dest);
     Require(
-        "COPY", [&] { return SystemApi_File_CopyFileA(Source.c_str(), Dest.c_str(), bFailIfExist); }, Dest);
+        "COPY", [&] { return SystemApi_File_CopyFileW(WideSource.c_str(), WideDest.c_str(), bFailIfExist); }, Dest);
 }
 
-void List(const std::string& Path, bool bRecursion, int nFileType, bool bNull)
+std::string Utf8(const char* lpszText)
 {
-    if (Path.ends_with('*'))
-        RefuseLong(Path);
-    char** ppszList = nullptr;
+    return lpszText;
+}
+
+std::string Utf8(const wchar_t* lpszText)
+{
+    return NarrowText(lpszText);
+}
+
+template <typename Char, typename Enum>
+std::vector<std::string> Rows(Enum pfnEnum, const Char* lpszPath, const std::string& Path, bool bRecursion,
+                              int nFileType)
+{
+    Char** ppszList = nullptr;
     int nCount = 0;
-    const auto Release = [&nCount](char** ppszRows) {
+    const auto Release = [&nCount](Char** ppszRows) {
         BaseLib_Memory_Free(&ppszRows, nCount);
     };
     errno = 0;
-    const bool bFound = SystemApi_File_EnumFileA(Path.c_str(), &ppszList, &nCount, bRecursion, nFileType);
-    const std::unique_ptr<char*, decltype(Release)> m_Owner(ppszList, Release); // made also when nothing was found
+    const bool bFound = pfnEnum(lpszPath, &ppszList, &nCount, bRecursion, nFileType);
+    const std::unique_ptr<Char*, decltype(Release)> m_Owner(ppszList, Release); // made also when nothing was found
     if (!bFound)
         throw COperationFailed("ENUMFILE", Path);
-    const bool bHarmless = Terminal().bTerminal && !bNull;
+    std::vector<std::string> Found;
+    Found.reserve(static_cast<std::size_t>(nCount));
     for (int nRow = 0; nRow < nCount; ++nRow)
-        std::cout << (bHarmless ? Harmless(ppszList[nRow]) : ppszList[nRow]) << (bNull ? '\0' : '\n');
+        Found.push_back(Utf8(ppszList[nRow]));
+    return Found;
+}
+
+std::vector<std::string> List(const std::string& Path, bool bRecursion, int nFileType, bool bWide)
+{
+    if (Path.ends_with('*'))
+        RefuseLong(Path);
+    if (bWide)
+        return Rows(SystemApi_File_EnumFileW, WideText(Path).c_str(), Path, bRecursion, nFileType);
+    return Rows(SystemApi_File_EnumFileA, Path.c_str(), Path, bRecursion, nFileType);
 }
 
 /* ---------------------------------------------------------------------------------------------------
@@ -142,73 +159,93 @@ struct OPTIONS
     bool bNoClobber = false;
     bool bRecursion = false;
     bool bNull = false;
+    bool bWide = false;
 };
 using Options = std::shared_ptr<OPTIONS>;
 
+/// A subcommand of both forms.
+CLI::App* AddBoth(CLI::App& File, const char* lpszName, const char* lpszHelp, const Options& pOptions,
+                  const Work& pfnWork)
+{
+    CLI::App* const pCommand = AddCommand(File, lpszName, lpszHelp, pfnWork);
+    pCommand->add_flag("--wide,-w", pOptions->bWide, "Call the wide form of the operation");
+    return pCommand;
+}
+
 void AddPaths(CLI::App& File, const Options& pOptions)
 {
-    CLI::App* const pAttr = File.add_subcommand("attr", "Show kind, size, times and flags");
-    pAttr->add_option("PATH", pOptions->Paths)->required();
-    pAttr->callback([pOptions] {
-        CReport Output(true);
-        ForEach(pOptions->Paths, [&Output](const std::string& Path) { ShowAttr(Output, Path); });
-    });
+    AddBoth(File, "attr", "Show kind, size, times and flags", pOptions,
+            [pOptions](CFacts& Facts) {
+                std::vector<CFacts> Files;
+                ForEach(Facts, pOptions->Paths,
+                        [&](const std::string& Path) { Files.push_back(Attributes(Path, pOptions->bWide)); });
+                Facts.AddBlocks("files", std::move(Files));
+            })
+        ->add_option("PATH", pOptions->Paths, "Files or folders")
+        ->required();
 
-    CLI::App* const pMkdir = File.add_subcommand("mkdir", "Make folders, with every missing folder above them");
-    pMkdir->add_option("PATH", pOptions->Paths)->required();
-    pMkdir->callback([pOptions] {
-        ForEach(pOptions->Paths, [](const std::string& Path) {
-            RefuseLong(Path);
-            Require(
-                "CREATEFOLDER", [&] { return SystemApi_File_CreateMutilFolderA(Path.c_str()); }, Path);
+    AddBoth(File, "mkdir", "Make folders, with every missing folder above them", pOptions,
+            [pOptions](CFacts& Facts) {
+                ForEach(Facts, pOptions->Paths, [&](const std::string& Path) {
+                    RefuseLong(Path);
+                    OnPath(pOptions->bWide, "CREATEFOLDER", SystemApi_File_CreateMutilFolderA,
+                           SystemApi_File_CreateMutilFolderW, Path);
+                });
+            })
+        ->add_option("PATH", pOptions->Paths, "The folders")
+        ->required();
+
+    CLI::App* const pRm =
+        AddBoth(File, "rm", "Delete folders with all they hold", pOptions, [pOptions](CFacts& Facts) {
+            ForEach(Facts, pOptions->Paths, [&](const std::string& Path) {
+                OnPath(pOptions->bWide, "DELETEFOLDER", SystemApi_File_DeleteMutilFolderA,
+                       SystemApi_File_DeleteMutilFolderW, Path, !pOptions->bContents);
+            });
         });
-    });
-
-    CLI::App* const pRm = File.add_subcommand("rm", "Delete folders with all they hold");
-    pRm->add_option("PATH", pOptions->Paths)->required();
+    pRm->add_option("PATH", pOptions->Paths, "The folders")->required();
     pRm->add_flag("--contents,-c", pOptions->bContents, "Empty the folders, and keep them");
     pRm->footer("A file is left alone, and that is no failure.");
-    pRm->callback([pOptions] {
-        ForEach(pOptions->Paths, [bWhole = !pOptions->bContents](const std::string& Path) {
-            Require(
-                "DELETEFOLDER", [&] { return SystemApi_File_DeleteMutilFolderA(Path.c_str(), bWhole); }, Path);
-        });
-    });
 }
 
 void AddWriters(CLI::App& File, const Options& pOptions)
 {
-    CLI::App* const pZero = File.add_subcommand("zero", "Make a file of zero bytes, every one of them written");
-    pZero->add_option("PATH", pOptions->Path)->required();
+    CLI::App* const pZero = AddBoth(File, "zero", "Make a file of zero bytes, every one of them written", pOptions,
+                                    [pOptions](CFacts&) { Zero(pOptions->Path, pOptions->nSize, pOptions->bWide); });
+    pZero->add_option("PATH", pOptions->Path, "The file")->required();
     pZero->add_option("SIZE", pOptions->nSize, "In bytes: 4096, 4K, 10M, 2G")
         ->required()
         ->transform(CLI::AsSizeValue(false));
-    pZero->callback([pOptions] { Zero(pOptions->Path, pOptions->nSize); });
 
-    CLI::App* const pSave = File.add_subcommand("save", "Save standard input to a file, and make its folder");
-    pSave->add_option("PATH", pOptions->Path)->required();
+    CLI::App* const pSave = AddBoth(File, "save", "Save standard input to a file, and make its folder", pOptions,
+                                    [pOptions](CFacts&) { SaveStandardInput(pOptions->Path, pOptions->bWide); });
+    pSave->add_option("PATH", pOptions->Path, "The file")->required();
     pSave->footer("On a full disk the save goes on when there is room.");
-    pSave->callback([pOptions] { SaveStandardInput(pOptions->Path); });
 
-    CLI::App* const pCopy = File.add_subcommand("cp", "Copy a file, and make the folder of the copy");
-    pCopy->add_option("SOURCE", pOptions->Path)->required();
+    CLI::App* const pCopy =
+        AddBoth(File, "cp", "Copy a file, and make the folder of the copy", pOptions,
+                [pOptions](CFacts&) { Copy(pOptions->Path, pOptions->Dest, pOptions->bNoClobber, pOptions->bWide); });
+    pCopy->add_option("SOURCE", pOptions->Path, "The file")->required();
     pCopy->add_option("DEST", pOptions->Dest, "The path of the copy, not its folder")->required();
-    pCopy->add_flag("--no-clobber,-n", pOptions->bNoClobber, "Fail when DEST exists");
-    pCopy->callback([pOptions] { Copy(pOptions->Path, pOptions->Dest, pOptions->bNoClobber); });
+    pCopy->add_flag("--no-clobber,-n", pOptions->bNoClobber,
+                    "Fail when DEST exists (with --wide: when SOURCE exists, as the wide form does)");
 }
 
 void AddList(CLI::App& File, const Options& pOptions)
 {
-    CLI::App* const pList = File.add_subcommand("ls", "List what a folder holds, one path a line");
+    CLI::App* const pList =
+        AddBoth(File, "ls", "List what a folder holds, one path a line", pOptions, [pOptions](CFacts& Facts) {
+            Facts.AddLines("paths", List(pOptions->Path, pOptions->bRecursion, pOptions->nFileType, pOptions->bWide),
+                           pOptions->bNull ? '\0' : '\n');
+        });
     pList->add_option("PATH", pOptions->Path, "A folder, or a pattern: 'data/*.txt' takes the files txt* of data")
         ->capture_default_str();
     pList->add_flag("--recursive,-r", pOptions->bRecursion, "The whole tree");
-    pList->add_option("--type,-t", pOptions->nFileType, "files, folders or both")
+    pList->add_option("--type,-t", pOptions->nFileType, "What to list")
         ->transform(CLI::CheckedTransformer(
-            std::vector<std::pair<std::string, int>>{{"files", 1}, {"folders", 2}, {"both", 3}}));
+                        std::vector<std::pair<std::string, int>>{{"files", 1}, {"folders", 2}, {"both", 3}})
+                        .description("{files,folders,both}"));
     pList->add_flag("--null,-0", pOptions->bNull, "End each path with a null character, not with a line end");
     pList->footer("Finding nothing is a failure.");
-    pList->callback([pOptions] { List(pOptions->Path, pOptions->bRecursion, pOptions->nFileType, pOptions->bNull); });
 }
 } // namespace
 

@@ -1,7 +1,7 @@
 #include "Commands.h"
 #include "Failure.h"
+#include "Helpers.h"
 #include "Report.h"
-#include "Terminal.h"
 #include "Text.h"
 #include "Unit.h"
 
@@ -10,7 +10,7 @@
 #include <array>
 #include <cstdio>
 #include <cstring>
-#include <iostream>
+#include <filesystem>
 #include <memory>
 #include <mntent.h>
 #include <set>
@@ -49,16 +49,16 @@ std::vector<std::string> DiskNames()
     return Names;
 }
 
-void ShowProcessor(const CReport& Output)
+void AddProcessor(CFacts& Facts)
 {
     tag_SystemApi_Cpu_Information st_Cpu = {};
     Require(
         "GETCPUINFO", [&] { return SystemApi_HardWare_GetCpuInfomation(&st_Cpu); }, "/proc/cpuinfo");
-    Output.Line("Name", st_Cpu.tszCpuName);
-    Output.Line("Vendor", st_Cpu.tszCpuVendor);
-    Output.Line("Clock", st_Cpu.nCpuSpeed > 0 ? std::to_string(st_Cpu.nCpuSpeed) + " MHz" : "");
-    Output.Line("Online", std::to_string(st_Cpu.nCpuNumber));
-    Output.Line("Threads", std::to_string(st_Cpu.nCpuCore));
+    Facts.Add("name", st_Cpu.tszCpuName);
+    Facts.Add("vendor", st_Cpu.tszCpuVendor);
+    Facts.Add("clock", st_Cpu.nCpuSpeed > 0 ? VALUE(st_Cpu.nCpuSpeed) : VALUE(), UNIT::MegaHertz);
+    Facts.Add("online", st_Cpu.nCpuNumber);
+    Facts.Add("threads", st_Cpu.nCpuCore);
 }
 
 /// A field of the serial record; of one that runs on, its own bytes.
@@ -67,37 +67,15 @@ std::string FieldText(const char (&tszField)[64])
     return {tszField, strnlen(tszField, sizeof(tszField))};
 }
 
-void ShowSerials(const CReport& Output, const std::string& Device)
+void AddSerials(CFacts& Facts, const std::string& Device)
 {
-    tag_SystemApi_SdkSerial_Information st_Serial = {};
-    Device.copy(st_Serial.tszDiskSerial, sizeof(st_Serial.tszDiskSerial) - 1);
-    Require("GETSERIAL", [&] { return SystemApi_HardWare_GetSerial(&st_Serial); });
-    const struct
-    {
-        const char* lpszLabel;
-        std::string Number;
-    } st_Lines[] = {{"Processor", FieldText(st_Serial.tszCpuSerial)},
-                    {"Mainboard", FieldText(st_Serial.tszBoardSerial)},
-                    {"Disk", FieldText(st_Serial.tszDiskSerial)},
-                    {"System", FieldText(st_Serial.tszSystemUUID)}};
-    bool bAny = false;
-    for (const auto& st_Line : st_Lines)
-    {
-        Output.Line(st_Line.lpszLabel, st_Line.Number);
-        bAny = bAny || !st_Line.Number.empty();
-    }
-    if (!bAny)
-        Output.Remark("dmidecode, blkid and cat are asked under sudo: is it there, and may this user call it?");
-}
-
-/// Whether sudo answers without asking for a password.
-bool HasRights()
-{
-    std::array<char, 16> tszAnswer = {};
-    return SystemApi_Process_ReadCmdReturn("(sudo -n true || sudo -n cat /sys/class/dmi/id/product_uuid) >/dev/null "
-                                           "2>&1 && echo yes",
-                                           tszAnswer.data(), 1, 1, nullptr) &&
-           tszAnswer[0] != '\0';
+    const SERIALS st_Serials = SerialsOf(Device);
+    Facts.Add("processor", st_Serials.Processor);
+    Facts.Add("mainboard", st_Serials.Mainboard);
+    Facts.Add("disk", st_Serials.Disk);
+    Facts.Add("system", st_Serials.System);
+    if ((st_Serials.Processor + st_Serials.Mainboard + st_Serials.Disk + st_Serials.System).empty())
+        Facts.Remark("dmidecode, blkid and cat run under sudo: is it there, may this user call it?");
 }
 
 /// Where file systems on disks are mounted, each of them once. Network shares are left out: one that does not answer
@@ -127,32 +105,24 @@ std::vector<std::string> DiskMounts()
 
 void AddFileSystem(CLI::App& Hardware)
 {
-    struct OPTIONS
-    {
-        std::string Path;
-        int nUnit = 0;
-    };
+    const auto Path = std::make_shared<std::string>();
+    const auto pUnit = std::make_shared<Unit>();
     CLI::App* const pDisk =
-        Hardware.add_subcommand("disk", "Show kind and size of the file system that holds a path");
-    const auto Options = std::make_shared<OPTIONS>();
-    pDisk->add_option("PATH", Options->Path, "Any path on the file system")->required();
-    AddUnit(pDisk, Options->nUnit);
-    pDisk->callback([Options] {
-        const auto st_Disk = FileSystemOf(Options->Path, Options->nUnit);
-        const auto Size = [&](unsigned long dwSize) {
-            return std::to_string(dwSize) + " " + UnitName(Options->nUnit);
-        };
-        const CReport Output(true);
-        Output.Line("Kind", KindName(st_Disk.enDiskType));
-        Output.Line("Total", Size(st_Disk.dwDiskTotal));
-        Output.Line("Free", Size(st_Disk.dwDiskFree));
-    });
+        AddCommand(Hardware, "disk", "Show kind and size of the file system that holds a path", [=](CFacts& Facts) {
+            const auto st_Disk = FileSystemOf(*Path, TypeOf(*pUnit));
+            Facts.Add("kind", KindName(st_Disk.enDiskType));
+            AddSize(Facts, "total", st_Disk.dwDiskTotal, *pUnit);
+            AddSize(Facts, "free", st_Disk.dwDiskFree, *pUnit);
+        });
+    pDisk->add_option("PATH", *Path, "Any path on the file system")->required();
+    *pUnit = AddUnit(pDisk);
 }
 
 void AddSerial(CLI::App& Hardware)
 {
-    CLI::App* const pSerial = Hardware.add_subcommand("serial", "Show serial numbers and UUIDs");
     const auto Device = std::make_shared<std::string>();
+    CLI::App* const pSerial = AddCommand(Hardware, "serial", "Show serial numbers and UUIDs",
+                                         [Device](CFacts& Facts) { AddSerials(Facts, *Device); });
     pSerial->add_option("DEVICE", *Device, "The disk to ask for; /dev/sda when left out")
         ->check([](const std::string& Text) {
             constexpr std::size_t nMost = sizeof(tag_SystemApi_SdkSerial_Information::tszDiskSerial) - 1;
@@ -160,69 +130,84 @@ void AddSerial(CLI::App& Hardware)
         });
     pSerial->footer("Asks dmidecode, blkid and cat under sudo, which may want a password.\n"
                     "DEVICE becomes part of a shell command: never pass text from an untrusted source.");
-    pSerial->callback([Device] { ShowSerials(CReport(true), *Device); });
 }
 } // namespace
+
+bool SudoAsksNothing()
+{
+    return CommandLine("(sudo -n true || sudo -n cat /sys/class/dmi/id/product_uuid) >/dev/null 2>&1 && echo yes") ==
+           "yes";
+}
+
+SERIALS SerialsOf(const std::string& Device)
+{
+    tag_SystemApi_SdkSerial_Information st_Serial = {};
+    Device.copy(st_Serial.tszDiskSerial, sizeof(st_Serial.tszDiskSerial) - 1);
+    RequireQuietly("GETSERIAL", [&] { return SystemApi_HardWare_GetSerial(&st_Serial); });
+    return {FieldText(st_Serial.tszCpuSerial), FieldText(st_Serial.tszBoardSerial),
+            FieldText(st_Serial.tszDiskSerial), FieldText(st_Serial.tszSystemUUID)};
+}
 
 void AddHardware(CLI::App& App)
 {
     CLI::App* const pHardware = App.add_subcommand("hardware", "Show disks, processor and serial numbers");
     pHardware->require_subcommand(1);
     AddFileSystem(*pHardware);
-    CLI::App* const pDisks = pHardware->add_subcommand("disks", "List disks and partitions (SCSI, SATA, NVMe)");
-    pDisks->callback([] {
-        for (const std::string& Name : DiskNames())
-            std::cout << Harmless(Name) << '\n';
-    });
-    CLI::App* const pProcessor = pHardware->add_subcommand("cpu", "Show what is known of the processor");
-    pProcessor->footer("Read by position, as the kernel prints it on x86.");
-    pProcessor->callback([] { ShowProcessor(CReport(true)); });
+    AddCommand(*pHardware, "disks", "List disks and partitions (SCSI, SATA, NVMe)",
+               [](CFacts& Facts) { Facts.AddLines("disks", DiskNames()); });
+    AddCommand(*pHardware, "cpu", "Show what is known of the processor", AddProcessor)
+        ->footer("Read by position, as the kernel prints it on x86.");
     AddSerial(*pHardware);
 }
 
-void ReportProcessor(CReport& Report)
+void ReportProcessor(CFacts& Facts)
 {
     constexpr int nWhole = 100;
-    Report.Try([&] { ShowProcessor(Report); });
-    Report.Try([&] {
+    Facts.Try([&] { AddProcessor(Facts); });
+    Facts.Try([&] {
         int nUsage = 0;
         Require("GETCPUUSAGE", [&] { return SystemApi_System_GetCpuUsage(&nUsage); });
-        if (nUsage < 0 || nUsage > nWhole)
-            Report.Line("Usage", ""); // a processor without a counted tick, or a counter that wrapped
-        else
-            Report.BarLine("Usage", nUsage, "of all processors, over one second");
+        // A processor without a counted tick, or a counter that wrapped, gives what no share can be.
+        const bool bShare = nUsage >= 0 && nUsage <= nWhole;
+        Facts.Add("usage", bShare ? VALUE(nUsage) : VALUE(), UNIT::Percent);
     });
 }
 
-void ReportDisks(CReport& Report)
+void ReportDisks(CFacts& Facts)
 {
-    const auto Names = DiskNames();
+    auto Names = DiskNames();
     if (Names.empty())
-        Report.Remark("none of the families that are listed: SCSI, SATA, NVMe");
-    Report.List(CTable({{"DISK OR PARTITION"}}), Names.size(),
-                [&](CTable& Table, std::size_t nRow) { Table.Add({"/dev/" + Names[nRow]}); });
+        Facts.Remark("none of the families that are listed: SCSI, SATA, NVMe");
+    for (std::string& Name : Names)
+        Name.insert(0, "/dev/");
+    Facts.AddLines("devices", std::move(Names));
 }
 
-void ReportFileSystems(CReport& Report)
+void ReportFileSystems(CFacts& Facts)
 {
     constexpr int nInBytes = 1;
     const auto Folders = DiskMounts();
     if (Folders.empty())
-        Report.Remark("none on a disk");
+        Facts.Remark("none on a disk");
+    std::vector<CFacts> Rows;
     for (const std::string& Folder : Folders)
-        Report.Try([&] {
+        Facts.Try([&] {
             const auto st_Disk = FileSystemOf(Folder, nInBytes);
-            Report.BarLine(Folder, Share(st_Disk.dwDiskTotal - st_Disk.dwDiskFree, st_Disk.dwDiskTotal),
-                           HumanSize(st_Disk.dwDiskFree) + " of " + HumanSize(st_Disk.dwDiskTotal) + " free, " +
-                               KindName(st_Disk.enDiskType));
+            CFacts Row;
+            Row.Add("path", Folder);
+            Row.Add("kind", KindName(st_Disk.enDiskType));
+            Row.Add("total", st_Disk.dwDiskTotal, UNIT::Bytes);
+            Row.Add("free", st_Disk.dwDiskFree, UNIT::Bytes);
+            Row.Add("used", Share(st_Disk.dwDiskTotal - st_Disk.dwDiskFree, st_Disk.dwDiskTotal), UNIT::Percent);
+            Rows.push_back(std::move(Row));
         });
+    Facts.AddTable("mounted", std::move(Rows));
 }
 
-void ReportSerials(CReport& Report)
+void ReportSerials(CFacts& Facts)
 {
-    const CQuietErrors m_Quiet;
-    if (HasRights())
-        ShowSerials(Report, "");
+    if (SudoAsksNothing())
+        AddSerials(Facts, "");
     else
-        Report.Remark("need sudo without a password; to be asked for one: systemapi hardware serial");
+        Facts.Remark("need sudo without a password; to be asked for one: systemapi hardware serial");
 }

@@ -1,20 +1,17 @@
 #include "Commands.h"
+#include "ControlGroup.h"
 #include "Failure.h"
 #include "Report.h"
-#include "Terminal.h"
 #include "Text.h"
 #include "Unit.h"
 
 #include <Tolvane_SystemApi.h>
 
 #include <array>
-#include <cstdio>
-#include <functional>
-#include <iostream>
 #include <map>
 #include <memory>
-#include <stdexcept>
 #include <string>
+#include <vector>
 
 namespace
 {
@@ -22,34 +19,35 @@ using TextBuffer = char[BASELIB_TEXT_SIZE];
 
 constexpr int nInBytes = 1;
 
-void ShowVersion(const CReport& Output)
+void AddVersion(CFacts& Facts)
 {
     TextBuffer tszName = {};
     TextBuffer tszVersion = {};
     TextBuffer tszCodeName = {};
     TextBuffer tszKernel = {};
     unsigned long dwType = 0;
-    Require("GETSYSTEMVER",
-            [&] { return SystemApi_System_GetSystemVer(tszName, tszVersion, tszCodeName, &dwType, tszKernel); });
-    Output.Line("Distribution", tszName);
-    Output.Line("Version", tszVersion);
-    Output.Line("Code name", tszCodeName);
-    Output.Line("Kernel", tszKernel);
+    RequireQuietly("GETSYSTEMVER", [&] {
+        return SystemApi_System_GetSystemVer(tszName, tszVersion, tszCodeName, &dwType, tszKernel);
+    });
+    Facts.Add("distribution", tszName);
+    Facts.Add("version", tszVersion);
+    Facts.Add("code_name", tszCodeName);
+    Facts.Add("kernel", tszKernel);
 }
 
-void ShowNames(const CReport& Output)
+void AddNames(CFacts& Facts)
 {
     TextBuffer tszUser = {};
     TextBuffer tszHost = {};
     Require("GETSYSNAME", [&] { return SystemApi_System_GetSysName(tszUser, tszHost); });
-    Output.Line("User", tszUser);
-    Output.Line("Host", tszHost);
+    Facts.Add("user", tszUser);
+    Facts.Add("host", tszHost);
 }
 
 tag_SystemApi_Memory_Infomation MemoryIn(int nUnit)
 {
     tag_SystemApi_Memory_Infomation st_Memory = {};
-    Require("GETMEMORYUSAGE", [&] { return SystemApi_System_GetMemoryUsage(&st_Memory, nUnit); });
+    RequireQuietly("GETMEMORYUSAGE", [&] { return SystemApi_System_GetMemoryUsage(&st_Memory, nUnit); });
     return st_Memory;
 }
 
@@ -60,19 +58,6 @@ std::string StartOfSystem()
     return DateAndTime(st_Start);
 }
 
-/// "1 day 02:03:04"
-std::string Duration(unsigned long long nSeconds)
-{
-    constexpr unsigned long long nMinute = 60;
-    constexpr unsigned long long nHour = 60 * nMinute;
-    constexpr unsigned long long nDay = 24 * nHour;
-    std::array<char, 64> tszText = {};
-    std::snprintf(tszText.data(), tszText.size(), "%llu day%s %02llu:%02llu:%02llu", nSeconds / nDay,
-                  nSeconds / nDay == 1 ? "" : "s", nSeconds % nDay / nHour, nSeconds % nHour / nMinute,
-                  nSeconds % nMinute);
-    return tszText.data();
-}
-
 int TaskCount()
 {
     int nCount = 0;
@@ -80,26 +65,24 @@ int TaskCount()
     return nCount;
 }
 
-void ShowProcesses(CReport& Output)
+std::vector<CFacts> Processes()
 {
     SYSTEMAPI_PROCESS_INFO** ppSt_List = nullptr;
     int nListed = 0;
-    {
-        const CQuietErrors m_Quiet;
-        Require(
-            "GETPROCESSLIST", [&] { return SystemApi_System_GetProcessList(&ppSt_List, &nListed); }, "/proc");
-    }
+    RequireQuietly(
+        "GETPROCESSLIST", [&] { return SystemApi_System_GetProcessList(&ppSt_List, &nListed); }, "/proc");
     const auto Release = [nListed](SYSTEMAPI_PROCESS_INFO** ppSt_Rows) {
         BaseLib_Memory_Free(&ppSt_Rows, nListed);
     };
     const std::unique_ptr<SYSTEMAPI_PROCESS_INFO*, decltype(Release)> m_Owner(ppSt_List, Release);
-    Output.Line("Processes", std::to_string(nListed) + " with an id above 100");
-    Output.List(CTable({{"PID", true}, {"COMMAND"}}), static_cast<std::size_t>(nListed),
-                [&](CTable& Table, std::size_t nRow) {
-                    const SYSTEMAPI_PROCESS_INFO& st_Process = *ppSt_List[nRow];
-                    const std::string Name = st_Process.tszProcessName;
-                    Table.Add({std::to_string(st_Process.nPid), Name.empty() ? "(no command line)" : Name});
-                });
+    std::vector<CFacts> Rows(static_cast<std::size_t>(nListed));
+    for (std::size_t nRow = 0; nRow < Rows.size(); ++nRow)
+    {
+        const std::string Name = ppSt_List[nRow]->tszProcessName;
+        Rows[nRow].Add("pid", ppSt_List[nRow]->nPid);
+        Rows[nRow].Add("command", Name, UNIT::None, Name.empty() ? "(no command line)" : "");
+    }
+    return Rows;
 }
 
 /* ---------------------------------------------------------------------------------------------------
@@ -108,23 +91,19 @@ void ShowProcesses(CReport& Output)
 
 void AddMemory(CLI::App& System)
 {
-    CLI::App* const pMemory = System.add_subcommand("memory", "Show memory, swap and shared memory");
-    const auto Unit = std::make_shared<int>();
-    AddUnit(pMemory, *Unit);
+    const auto pUnit = std::make_shared<Unit>();
+    CLI::App* const pMemory =
+        AddCommand(System, "memory", "Show memory, swap and shared memory", [pUnit](CFacts& Facts) {
+            const auto st_Memory = MemoryIn(TypeOf(*pUnit));
+            Facts.Add("load", st_Memory.nMemoryLoad, UNIT::Percent);
+            AddSize(Facts, "total", st_Memory.nMemoryTotal, *pUnit);
+            AddSize(Facts, "available", st_Memory.nMemoryAvailable, *pUnit);
+            AddSize(Facts, "swap_total", st_Memory.nSwapTotal, *pUnit);
+            AddSize(Facts, "swap_free", st_Memory.nSwapFree, *pUnit);
+            Facts.Add("shared", st_Memory.nMemoryShared, UNIT::Bytes);
+        });
+    *pUnit = AddUnit(pMemory);
     pMemory->footer("The shared memory is in bytes in every unit.");
-    pMemory->callback([Unit] {
-        const auto st_Memory = MemoryIn(*Unit);
-        const CReport Output(true);
-        const auto Size = [&](const char* lpszLabel, unsigned long nSize, int nUnit) {
-            Output.Line(lpszLabel, std::to_string(nSize) + " " + UnitName(nUnit));
-        };
-        Output.Line("Load", std::to_string(st_Memory.nMemoryLoad) + " %");
-        Size("Total", st_Memory.nMemoryTotal, *Unit);
-        Size("Available", st_Memory.nMemoryAvailable, *Unit);
-        Size("Swap total", st_Memory.nSwapTotal, *Unit);
-        Size("Swap free", st_Memory.nSwapFree, *Unit);
-        Size("Shared", st_Memory.nMemoryShared, nInBytes);
-    });
 }
 
 void AddShutdown(CLI::App& System)
@@ -138,21 +117,19 @@ void AddShutdown(CLI::App& System)
         {"poweroff", SYSTEMAPI_SHUTDOWN_TYPE_POWEROFF}, {"monitoroff", SYSTEMAPI_SHUTDOWN_TYPE_MONITOROFF},
         {"reboot", SYSTEMAPI_SHUTDOWN_TYPE_REBOOT},     {"logoff", SYSTEMAPI_SHUTDOWN_TYPE_LOGOFF},
         {"lock", SYSTEMAPI_SHUTDOWN_TYPE_LOCK},         {"suspend", SYSTEMAPI_SHUTDOWN_TYPE_SUSPEND}};
-    CLI::App* const pShutdown = System.add_subcommand("shutdown", "Halt, restart or suspend the machine at once");
     const auto Options = std::make_shared<OPTIONS>();
-    pShutdown->add_option("ACTION", Options->Action, "poweroff, monitoroff, reboot, logoff, lock or suspend")
-        ->required()
-        ->check(CLI::IsMember(Actions));
+    CLI::App* const pShutdown =
+        AddCommand(System, "shutdown", "Halt, restart or suspend the machine at once", [Options](CFacts&) {
+            if (!Options->bSure)
+                throw CWrongUsage(Options->Action + " is done at once, and nothing is saved: give --yes too");
+            RequireQuietly(
+                "SHUTDOWN", [&] { return SystemApi_System_Shutdown(Actions.at(Options->Action)); }, Options->Action);
+        });
+    pShutdown->add_option("ACTION", Options->Action, "What to do")->required()->check(CLI::IsMember(Actions));
     pShutdown->add_flag("--yes", Options->bSure, "Do it");
     pShutdown->footer(
         "Nothing is saved and no program is asked: run sync first. poweroff leaves the power on; logoff "
         "ends the processes of the user called \"username\".");
-    pShutdown->callback([Options] {
-        if (!Options->bSure)
-            throw std::runtime_error(Options->Action + " is done at once, and nothing is saved: give --yes too");
-        Require(
-            "SHUTDOWN", [&] { return SystemApi_System_Shutdown(Actions.at(Options->Action)); }, Options->Action);
-    });
 }
 
 void AddExec(CLI::App& System)
@@ -162,15 +139,14 @@ void AddExec(CLI::App& System)
         std::string Command;
         int nTimeout = 60;
     };
-    CLI::App* const pExec = System.add_subcommand("exec", "Run a shell command with a time limit");
     const auto Options = std::make_shared<OPTIONS>();
+    CLI::App* const pExec = AddCommand(System, "exec", "Run a shell command with a time limit", [Options](CFacts&) {
+        Require("SYSTEMEX", [&] { return SystemApi_System_SystemEx(Options->Command.c_str(), Options->nTimeout); });
+    });
     pExec->add_option("CMD", Options->Command, "The command line, for the shell")->required();
     pExec->add_option("--timeout,-t", Options->nTimeout, "Seconds after which the shell is killed")
         ->capture_default_str();
     pExec->footer("Takes a whole number of seconds. The command's own exit status is not shown.");
-    pExec->callback([Options] {
-        Require("SYSTEMEX", [&] { return SystemApi_System_SystemEx(Options->Command.c_str(), Options->nTimeout); });
-    });
 }
 } // namespace
 
@@ -179,64 +155,75 @@ void AddSystem(CLI::App& App)
     CLI::App* const pSystem =
         App.add_subcommand("system", "Show version, memory, processes and times; run commands; shut down");
     pSystem->require_subcommand(1);
-    const auto AddQuery = [&](const char* lpszCommand, const char* lpszHelp, const std::function<void()>& pfnShow) {
-        CLI::App* const pQuery = pSystem->add_subcommand(lpszCommand, lpszHelp);
-        pQuery->callback(pfnShow);
-        return pQuery;
-    };
-    AddQuery("version", "Show the distribution and the kernel", [] { ShowVersion(CReport(true)); });
-    AddQuery("name", "Show the user's and the host's name", [] { ShowNames(CReport(true)); });
+    AddCommand(*pSystem, "version", "Show the distribution and the kernel", AddVersion);
+    AddCommand(*pSystem, "name", "Show the user's and the host's name", AddNames);
     AddMemory(*pSystem);
-    AddQuery("usage", "Show the processors' usage over one second, per cent", [] {
+    AddCommand(*pSystem, "usage", "Show the processors' usage over one second, per cent", [](CFacts& Facts) {
         int nUsage = 0;
         Require("GETCPUUSAGE", [&] { return SystemApi_System_GetCpuUsage(&nUsage); });
-        std::cout << nUsage << '\n';
+        Facts.Add("usage", nUsage, UNIT::Percent);
     })->footer("-2147483648 where a processor counted no time.");
-    AddQuery("idle", "Show the idle part of all counted time", [] {
+    AddCommand(*pSystem, "idle", "Show the idle part of all counted time", [](CFacts& Facts) {
         unsigned long nIdle = 0;
         Require("GETSYSIDLETIME", [&] { return SystemApi_System_GetSysIdleTime(&nIdle); });
-        std::cout << nIdle << '\n';
+        Facts.Add("idle", nIdle);
     })->footer("A whole number: 0 as soon as any time was not idle.");
-    AddQuery("processes", "List the processes whose id is above 100", [] {
-        CReport Output(true);
-        ShowProcesses(Output);
-    });
-    AddQuery("count", "Show the number of tasks, threads included", [] { std::cout << TaskCount() << '\n'; });
-    AddQuery("uptime", "Show when the system started", [] { std::cout << StartOfSystem() << '\n'; });
+    AddCommand(*pSystem, "processes", "List the processes whose id is above 100",
+               [](CFacts& Facts) { Facts.AddTable("processes", Processes()); });
+    AddCommand(*pSystem, "count", "Show the number of tasks, threads included",
+               [](CFacts& Facts) { Facts.Add("tasks", TaskCount()); });
+    AddCommand(*pSystem, "uptime", "Show when the system started",
+               [](CFacts& Facts) { Facts.Add("started", StartOfSystem()); });
     AddShutdown(*pSystem);
     AddExec(*pSystem);
-    AddQuery("wmi", "Does nothing on this platform",
-             [] { Require("WMIQUERY", [] { return SystemApi_System_WMIQuery(nullptr, nullptr, nullptr, 0); }); });
+    AddCommand(*pSystem, "wmi", "Does nothing on this platform", [](CFacts&) {
+        Require("WMIQUERY", [] { return SystemApi_System_WMIQuery(nullptr, nullptr, nullptr, 0); });
+    });
 }
 
-void ReportSystem(CReport& Report)
+void ReportSystem(CFacts& Facts)
 {
-    Report.Try([&] { ShowVersion(Report); });
-    Report.Try([&] { ShowNames(Report); });
+    Facts.Try([&] { AddVersion(Facts); });
+    Facts.Try([&] { AddNames(Facts); });
 }
 
-void ReportStart(CReport& Report)
+void ReportStart(CFacts& Facts)
 {
     constexpr unsigned long long nPerSecond = 1000;
-    Report.Line("At", StartOfSystem());
-    Report.Line("Ago", Duration(BaseLib_Time_GetTickCount() / nPerSecond));
+    Facts.Add("started", StartOfSystem());
+    Facts.Add("uptime", BaseLib_Time_GetTickCount() / nPerSecond, UNIT::Seconds);
 }
 
-void ReportMemory(CReport& Report)
+void ReportMemory(CFacts& Facts)
 {
     const auto st_Memory = MemoryIn(nInBytes);
-    Report.BarLine("Load", st_Memory.nMemoryLoad,
-                   HumanSize(st_Memory.nMemoryAvailable) + " of " + HumanSize(st_Memory.nMemoryTotal) + " available");
-    if (st_Memory.nSwapTotal == 0)
-        Report.Line("Swap", "none");
-    else
-        Report.BarLine("Swap", Share(st_Memory.nSwapTotal - st_Memory.nSwapFree, st_Memory.nSwapTotal),
-                       HumanSize(st_Memory.nSwapFree) + " of " + HumanSize(st_Memory.nSwapTotal) + " free");
-    Report.Line("Shared", HumanSize(st_Memory.nMemoryShared));
+    Facts.Add("load", st_Memory.nMemoryLoad, UNIT::Percent);
+    Facts.Add("total", st_Memory.nMemoryTotal, UNIT::Bytes);
+    Facts.Add("available", st_Memory.nMemoryAvailable, UNIT::Bytes);
+    Facts.Add("swap_total", st_Memory.nSwapTotal, UNIT::Bytes);
+    Facts.Add("swap_free", st_Memory.nSwapFree, UNIT::Bytes);
+    Facts.Add("shared", st_Memory.nMemoryShared, UNIT::Bytes);
 }
 
-void ReportProcesses(CReport& Report)
+void ReportContainer(CFacts& Facts)
 {
-    Report.Try([&] { Report.Line("Tasks", std::to_string(TaskCount()) + ", threads included"); });
-    Report.Try([&] { ShowProcesses(Report); });
+    const CONTROL_GROUP st_Group = ReadControlGroup();
+    const auto AddLimit = [&](const char* lpszName, const auto& Limit, UNIT enUnit) {
+        Facts.Add(lpszName, Limit ? VALUE(*Limit) : VALUE(), enUnit, Limit ? "" : "none");
+    };
+    AddLimit("control_groups", st_Group.nVersion, UNIT::None);
+    AddLimit("memory_limit", st_Group.nMemoryLimit, UNIT::Bytes);
+    AddLimit("processor_limit", st_Group.fProcessorLimit, UNIT::None);
+    Facts.Remark("the limits around this process; all other figures are the whole machine's");
+}
+
+void ReportProcesses(CFacts& Facts)
+{
+    Facts.Try([&] { Facts.Add("tasks", TaskCount()); });
+    Facts.Try([&] {
+        auto Rows = Processes();
+        Facts.Add("listed", static_cast<long long>(Rows.size()));
+        Facts.Remark("tasks are threads too; the list is of processes with an id above 100");
+        Facts.AddTable("list", std::move(Rows));
+    });
 }

@@ -1,6 +1,7 @@
 #include "Terminal.h"
 
 #include <algorithm>
+#include <cerrno>
 #include <clocale>
 #include <cstdlib>
 #include <cstring>
@@ -12,6 +13,14 @@
 namespace
 {
 TERMINAL st_Terminal = {};
+bool bHelpersMayComplain = false;
+
+/// Open as long as the tool runs, so that quiet scopes may be many and nested.
+int Nowhere()
+{
+    static const int nNull = open("/dev/null", O_WRONLY | O_CLOEXEC);
+    return nNull;
+}
 
 int WidthOf(bool bTerminal)
 {
@@ -45,6 +54,11 @@ const TERMINAL& Terminal()
     return st_Terminal;
 }
 
+void SetWidth(int nColumns)
+{
+    st_Terminal.nWidth = nColumns;
+}
+
 std::string Paint(STYLE enStyle, std::string_view Text)
 {
     constexpr const char* lpszCodes[] = {"1", "2", "32", "33", "31"};
@@ -53,19 +67,30 @@ std::string Paint(STYLE enStyle, std::string_view Text)
     return std::string("\x1b[") + lpszCodes[static_cast<int>(enStyle)] + "m" + std::string(Text) + "\x1b[0m";
 }
 
-CQuietErrors::CQuietErrors() : m_nStderr(fcntl(STDERR_FILENO, F_DUPFD_CLOEXEC, 0))
+void SetVerbose(bool bVerbose)
 {
-    const int nNull = open("/dev/null", O_WRONLY | O_CLOEXEC);
-    if (m_nStderr >= 0 && nNull >= 0)
-        dup2(nNull, STDERR_FILENO);
-    if (nNull >= 0)
-        close(nNull);
+    bHelpersMayComplain = bVerbose;
 }
 
-CQuietErrors::~CQuietErrors()
+CRedirect::CRedirect(int nFile, int nTo) : m_nFile(nFile)
 {
-    if (m_nStderr < 0)
+    if (nTo < 0)
         return;
-    dup2(m_nStderr, STDERR_FILENO);
-    close(m_nStderr);
+    m_nBefore = fcntl(nFile, F_DUPFD_CLOEXEC, STDERR_FILENO + 1);
+    if (m_nBefore >= 0)
+        dup2(nTo, nFile);
 }
+
+CRedirect::~CRedirect()
+{
+    if (m_nBefore < 0)
+        return;
+    const int nErrno = errno; // the failure inside the scope is still to be told
+    dup2(m_nBefore, m_nFile);
+    close(m_nBefore);
+    errno = nErrno;
+}
+
+CQuietErrors::CQuietErrors() : CRedirect(STDERR_FILENO, bHelpersMayComplain ? -1 : Nowhere()) {}
+
+COutputAside::COutputAside() : CRedirect(STDOUT_FILENO, STDERR_FILENO) {}

@@ -16,6 +16,8 @@ struct TERMINAL
 void ReadTerminal();
 /// What was found.
 const TERMINAL& Terminal();
+/// The terminal has been made wider or narrower.
+void SetWidth(int nColumns);
 
 enum class STYLE
 {
@@ -29,16 +31,36 @@ enum class STYLE
 /// The text in a style; as it is where there is no colour.
 std::string Paint(STYLE enStyle, std::string_view Text);
 
+/// Sends what is written to a standard file elsewhere until the end of the scope.
+class CRedirect
+{
+public:
+    /// \param nFile the descriptor
+    /// \param nTo   where it leads meanwhile; nothing changes where this is negative
+    CRedirect(int nFile, int nTo);
+    ~CRedirect();
+    CRedirect(const CRedirect&) = delete;
+    CRedirect& operator=(const CRedirect&) = delete;
+
+private:
+    int m_nFile;
+    int m_nBefore = -1;
+};
+
 /// Discards standard error until the end of the scope: programs that an operation runs complain there about
-/// processes that have just ended and rights that are missing.
-class CQuietErrors
+/// processes that have just ended and rights that are missing. SetVerbose(true) lets them.
+class CQuietErrors : CRedirect
 {
 public:
     CQuietErrors();
-    ~CQuietErrors();
-    CQuietErrors(const CQuietErrors&) = delete;
-    CQuietErrors& operator=(const CQuietErrors&) = delete;
+};
 
-private:
-    int m_nStderr;
+/// Whether helper programs may complain; they may not at first.
+void SetVerbose(bool bVerbose);
+
+/// Leads standard output to standard error until the end of the scope, for the programs that are started in it.
+class COutputAside : CRedirect
+{
+public:
+    COutputAside();
 };

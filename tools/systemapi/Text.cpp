@@ -108,42 +108,74 @@ std::string DateAndTime(const TOLVANE_LIBTIME& st_Time)
     return tszText.data();
 }
 
+std::string Duration(unsigned long long nSeconds)
+{
+    constexpr unsigned long long nMinute = 60;
+    constexpr unsigned long long nHour = 60 * nMinute;
+    constexpr unsigned long long nDay = 24 * nHour;
+    std::array<char, 64> tszText = {};
+    std::snprintf(tszText.data(), tszText.size(), "%llu day%s %02llu:%02llu:%02llu", nSeconds / nDay,
+                  nSeconds / nDay == 1 ? "" : "s", nSeconds % nDay / nHour, nSeconds % nHour / nMinute,
+                  nSeconds % nMinute);
+    return tszText.data();
+}
+
 int Share(unsigned long nPart, unsigned long nWhole)
 {
     return nWhole == 0 ? 0 : static_cast<int>(static_cast<double>(nPart) * 100 / static_cast<double>(nWhole));
 }
 
-std::string Bar(int nPercent)
+namespace
+{
+STYLE StyleOf(int nPercent)
 {
     constexpr int nMuch = 75;
     constexpr int nTooMuch = 90;
     if (nPercent < nMuch)
-        return Bar(nPercent, STYLE::Good);
-    return Bar(nPercent, nPercent >= nTooMuch ? STYLE::Bad : STYLE::Warning);
+        return STYLE::Good;
+    return nPercent >= nTooMuch ? STYLE::Bad : STYLE::Warning;
+}
+
+std::string Repeated(int nTimes, const char* lpszText)
+{
+    std::string Text;
+    for (int nTime = 0; nTime < nTimes; ++nTime)
+        Text += lpszText;
+    return Text;
+}
+
+/// The two ends of a bar of so many cells.
+std::pair<std::string, std::string> Cells(int nShare, int nCells)
+{
+    const int nFull = (nShare * nCells + 50) / 100;
+    return {Repeated(nFull, Terminal().bUtf8 ? "█" : "#"), Repeated(nCells - nFull, Terminal().bUtf8 ? "░" : "-")};
+}
+
+std::string Number(int nShare)
+{
+    return " " + Pad(std::to_string(nShare), 3, true) + " %";
+}
+} // namespace
+
+std::string Bar(int nPercent)
+{
+    return Bar(nPercent, StyleOf(nPercent));
 }
 
 std::string Bar(int nPercent, STYLE enStyle)
 {
     constexpr int nCells = 24;
     const int nShare = std::clamp(nPercent, 0, 100);
-    const int nFull = (nShare * nCells + 50) / 100;
-    std::string Full;
-    std::string Empty;
-    for (int nCell = 0; nCell < nCells; ++nCell)
-    {
-        if (nCell < nFull)
-            Full += Terminal().bUtf8 ? "█" : "#";
-        else
-            Empty += Terminal().bUtf8 ? "░" : "-";
-    }
-    return "[" + Paint(enStyle, Full) + Paint(STYLE::Faint, Empty) + "] " + Pad(std::to_string(nShare), 3, true) +
-           " %";
+    const auto [Full, Empty] = Cells(nShare, nCells);
+    return "[" + Paint(enStyle, Full) + Paint(STYLE::Faint, Empty) + "]" + Number(nShare);
 }
 
-void CTable::Add(const std::vector<std::string>& Cells)
+CTable::CELL ShareCell(int nPercent)
 {
-    auto& Row = m_Rows.emplace_back();
-    std::transform(Cells.begin(), Cells.end(), std::back_inserter(Row), Harmless);
+    constexpr int nCells = 10;
+    const int nShare = std::clamp(nPercent, 0, 100);
+    const auto [Full, Empty] = Cells(nShare, nCells);
+    return {Full + Empty + Number(nShare), StyleOf(nPercent)};
 }
 
 void CTable::Print(std::ostream& Output, int nIndent) const
@@ -153,17 +185,30 @@ void CTable::Print(std::ostream& Output, int nIndent) const
     {
         int nWidth = Columns(m_Head[nColumn].Title);
         for (const auto& Row : m_Rows)
-            nWidth = std::max(nWidth, Columns(Row[nColumn]));
+            nWidth = std::max(nWidth, Columns(Row[nColumn].Text));
         Widths.push_back(nWidth);
     }
-    const auto MakeLine = [&](const auto& CellOf) {
-        std::string Line(static_cast<std::size_t>(nIndent), ' ');
+    const auto Line = [&](const auto& CellOf) {
+        std::string Text(static_cast<std::size_t>(nIndent), ' ');
+        std::vector<std::size_t> Ends;
         for (std::size_t nColumn = 0; nColumn < m_Head.size(); ++nColumn)
-            Line += Pad(CellOf(nColumn), Widths[nColumn], m_Head[nColumn].bRight) + "  ";
-        Line.erase(Line.find_last_not_of(' ') + 1);
-        return Terminal().nWidth > 0 ? Clip(Line, Terminal().nWidth) : Line;
+        {
+            Text += Pad(CellOf(nColumn).Text, Widths[nColumn], m_Head[nColumn].bRight);
+            Ends.push_back(Text.size());
+            Text += "  ";
+        }
+        Text.erase(Text.find_last_not_of(' ') + 1);
+        if (Terminal().nWidth > 0)
+            Text = Clip(Text, Terminal().nWidth);
+        for (std::size_t nColumn = m_Head.size(); nColumn-- > 0;) // from the end: escape sequences move what follows
+        {
+            const CELL Cell = CellOf(nColumn);
+            if (Cell.enStyle && Ends[nColumn] <= Text.size())
+                Text.replace(Ends[nColumn] - Cell.Text.size(), Cell.Text.size(), Paint(*Cell.enStyle, Cell.Text));
+        }
+        return Text;
     };
-    Output << Paint(STYLE::Faint, MakeLine([&](std::size_t nColumn) { return m_Head[nColumn].Title; })) << '\n';
+    Output << Paint(STYLE::Faint, Line([&](std::size_t nColumn) { return CELL{m_Head[nColumn].Title, {}}; })) << '\n';
     for (const auto& Row : m_Rows)
-        Output << MakeLine([&](std::size_t nColumn) { return Row[nColumn]; }) << '\n';
+        Output << Line([&](std::size_t nColumn) { return Row[nColumn]; }) << '\n';
 }

@@ -7,6 +7,7 @@
 
 #include <cstddef>
 #include <iosfwd>
+#include <optional>
 #include <string>
 #include <string_view>
 #include <vector>
@@ -29,6 +30,9 @@ std::string HumanSize(unsigned long long nBytes);
 /// "2024-01-31 08:09:10"
 std::string DateAndTime(const TOLVANE_LIBTIME& st_Time);
 
+/// "1 day 02:03:04"
+std::string Duration(unsigned long long nSeconds);
+
 /// A part of a whole in per cent, rounded down; 0 of nothing.
 int Share(unsigned long nPart, unsigned long nWhole);
 
@@ -38,7 +42,7 @@ std::string Bar(int nPercent);
 /// The same in one style.
 std::string Bar(int nPercent, STYLE enStyle);
 
-/// Columns are as wide as their widest cell; the last one is cut where a terminal's line ends.
+/// Columns are as wide as their widest cell; a line is cut where a terminal's ends.
 class CTable
 {
 public:
@@ -48,14 +52,23 @@ public:
         bool bRight = false; ///< numbers
     };
 
+    struct CELL
+    {
+        std::string Text; ///< harmless
+        std::optional<STYLE> enStyle;
+    };
+
     explicit CTable(std::vector<COLUMN> Head) : m_Head(std::move(Head)) {}
 
-    /// A row, one cell a column. Cells are made harmless here.
-    void Add(const std::vector<std::string>& Cells);
+    /// A row, one cell a column.
+    void Add(std::vector<CELL> Cells) { m_Rows.push_back(std::move(Cells)); }
     /// Writes the table, each line after so many blanks.
     void Print(std::ostream& Output, int nIndent) const;
 
 private:
     std::vector<COLUMN> m_Head;
-    std::vector<std::vector<std::string>> m_Rows;
+    std::vector<std::vector<CELL>> m_Rows;
 };
+
+/// A short bar and the number, in the colour of the share.
+CTable::CELL ShareCell(int nPercent);

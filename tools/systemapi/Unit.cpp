@@ -1,24 +1,29 @@
 #include "Unit.h"
 
-#include <map>
-#include <string>
-
 namespace
 {
-constexpr const char* lpszNames[] = {"B", "KiB", "MiB", "GiB"};
+constexpr int nInBytes = 1;
 }
 
-void AddUnit(CLI::App* pCommand, int& nType)
+Unit AddUnit(CLI::App* pCommand)
 {
-    std::map<std::string, int> Types;
-    for (int nKnown = 1; nKnown <= 4; ++nKnown)
-        Types.emplace(UnitName(nKnown), nKnown);
-    nType = 1;
-    pCommand->add_option("--unit,-u", nType, "Unit of the sizes, rounded down: B, KiB, MiB or GiB")
-        ->transform(CLI::CheckedTransformer(Types, CLI::ignore_case));
+    auto pUnit = std::make_shared<std::optional<int>>();
+    pCommand->add_option("--unit,-u", *pUnit, "Unit of the sizes, rounded down")
+        ->transform(CLI::CheckedTransformer(
+                        std::vector<std::pair<std::string, int>>{{"B", nInBytes}, {"KiB", 2}, {"MiB", 3}, {"GiB", 4}},
+                        CLI::ignore_case)
+                        .description("{B,KiB,MiB,GiB}"));
+    return pUnit;
 }
 
-const char* UnitName(int nType)
+int TypeOf(const Unit& pUnit)
 {
-    return lpszNames[nType - 1];
+    return pUnit->value_or(nInBytes);
+}
+
+void AddSize(CFacts& Facts, const std::string& Name, unsigned long dwSize, const Unit& pUnit)
+{
+    constexpr UNIT enUnits[] = {UNIT::Bytes, UNIT::KiB, UNIT::MiB, UNIT::GiB};
+    const bool bExact = *pUnit == nInBytes;
+    Facts.Add(Name, dwSize, enUnits[TypeOf(pUnit) - 1], bExact ? std::to_string(dwSize) + " B" : std::string());
 }

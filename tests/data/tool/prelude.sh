@@ -4,6 +4,8 @@
 exec 2>&1
 unset COLUMNS
 PATH=$(dirname "$TOOL"):$PATH
+SHARE=$(dirname "$TOOL")/share
+HEADER=$SOURCE/Tolvane_SystemApi/include/Tolvane_SystemApi.h
 
 # sections TITLE...: the exit status of a report where it is not 0, and these sections of it
 sections() {
@@ -22,4 +24,15 @@ same() {
 # In a session and a process namespace of its own, where even a broad signal would reach nobody else.
 alone() {
     ASAN_OPTIONS=$ASAN_OPTIONS:detect_leaks=0 setsid -w unshare --pid --fork "$@"
+}
+
+# json 'PATH...' ARGUMENT...: these members of the JSON object of a command, which is validated
+json() {
+    paths=$1
+    shift
+    object=$(systemapi "$@" --json 2>/dev/null)
+    status=$?
+    # shellcheck disable=SC2086 # a list of words
+    printf '%s\n' "$object" | PYTHONUTF8=1 python3 "$DATA/validate.py" "$SOURCE/docs/systemapi.schema.json" $paths
+    return $status
 }

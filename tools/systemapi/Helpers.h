@@ -1,0 +1,20 @@
+/// What the tool finds out through shell commands.
+#pragma once
+
+#include <string>
+
+/// The first line of what a shell command prints, without its end; empty where it prints nothing.
+std::string CommandLine(const char* lpszCommand);
+
+/// Whether sudo answers without asking for a password, be it for the serial numbers' commands alone.
+bool SudoAsksNothing();
+
+/// Serial numbers; those that are empty could not be had.
+struct SERIALS
+{
+    std::string Processor;
+    std::string Mainboard;
+    std::string Disk;
+    std::string System;
+};
+SERIALS SerialsOf(const std::string& Device);
