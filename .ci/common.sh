@@ -1,3 +1,4 @@
+# SPDX-License-Identifier: MIT
 # What ./run, ./check and .ci/run share. The caller sets ROOT, the top of the tree.
 
 # Everything that building, running and testing needs; .ci/run adds its own.

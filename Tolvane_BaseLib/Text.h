@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 /// Writing into the fixed buffers that callers hand in.
 #pragma once
 

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 /// Guards for the handles of the C library and the kernel. Each way of closing is a type of its own, so that the wrong
 /// one does not compile, and none changes errno, which callers read after a failed call.
 #pragma once

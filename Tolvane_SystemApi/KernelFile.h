@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 /// The kernel's text files, read line by line and by position.
 #pragma once
 

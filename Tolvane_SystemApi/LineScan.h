@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 /// Lines of text, taken apart by position.
 #pragma once
 

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 /// A table of rows on its way to the caller.
 #pragma once
 

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 /// Floating point to integers with the results that the interface defines for values that do not fit.
 #pragma once
 

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 #include "pch.h"
 
 #include "SystemApi_File/SystemApi_File.h"

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 /// What every class source begins with: the public interface and the road on which failures leave.
 #pragma once
 

@@ -1,4 +1,5 @@
 #!/usr/bin/env python3
+# SPDX-License-Identifier: MIT
 """Gives Doxygen a public header with what its plain comments leave to the reader written out.
 
 usage: header_filter.py HEADER

@@ -1,4 +1,5 @@
 #!/bin/sh
+# SPDX-License-Identifier: MIT
 # Makes the manual: OUT/doc/html, the reference; OUT/man, the pages of sections 3 and 7, and 1 where a TOOL is given.
 # What is not documented, in a header or by an example, is a failure.
 # usage: make.sh SOURCE DOXYFILE OUT VERSION [TOOL]

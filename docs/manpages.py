@@ -1,4 +1,5 @@
 #!/usr/bin/env python3
+# SPDX-License-Identifier: MIT
 """Makes the man pages of section 3, one for each function, and SystemApi(7) from Doxygen's XML and the examples.
 
 usage: manpages.py XML_FOLDER EXAMPLE_FOLDER OUT_FOLDER VERSION

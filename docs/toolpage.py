@@ -1,4 +1,5 @@
 #!/usr/bin/env python3
+# SPDX-License-Identifier: MIT
 """Fills the commands of systemapi(1) in, from what the tool itself prints.
 
 usage: toolpage.py TOOL TEMPLATE VERSION > systemapi.1

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 /* Makes, describes, saves, copies, lists and deletes files, in a folder "example" of the current one. */
 #include <Tolvane_SystemApi.h>
 

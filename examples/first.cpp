@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // Lists the text files of a folder, with the classes. usage: first [FOLDER]
 #include <SystemApi_File/SystemApi_File.h>
 

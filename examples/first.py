@@ -1,4 +1,5 @@
 #!/usr/bin/env python3
+# SPDX-License-Identifier: MIT
 """Describes a file and lists a folder's text files. usage: first.py [FILE [FOLDER [LIBRARY]]]"""
 
 import ctypes

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // A copy that C can call without an exception coming out. usage: guarded SOURCE DEST
 #include <Tolvane_SystemApi.h>
 

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 /* Shows disks, processor and serial numbers. Serial numbers want sudo without a password, and stay empty otherwise. */
 #include <Tolvane_SystemApi.h>
 

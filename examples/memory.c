@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 #include <Tolvane_SystemApi.h>
 
 #include <stdio.h>

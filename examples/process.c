@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 /* Runs, starts, describes and stops processes. */
 #include <Tolvane_SystemApi.h>
 

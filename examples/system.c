@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 /* Shows the system, its memory, processors, processes and start. usage: system [lock], which also locks the screen. */
 #include <Tolvane_SystemApi.h>
 

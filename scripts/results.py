@@ -1,3 +1,4 @@
+# SPDX-License-Identifier: MIT
 """The results of a comparison: reading, joining, and the figures that are made of its samples."""
 import json
 from statistics import median

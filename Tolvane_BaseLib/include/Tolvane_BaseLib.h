@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 /**
  * \file
  * Tolvane base library: character sets, tables of rows, text slicing, and time.

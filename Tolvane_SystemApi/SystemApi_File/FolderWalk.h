@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 /// The walk over a folder or a tree.
 #pragma once
 

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 #include "NativePath.h"
 
 #include <algorithm>

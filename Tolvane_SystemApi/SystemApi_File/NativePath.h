@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 /// Paths and names between the callers' two widths and the native UTF-8, whatever the locale. There are two roads:
 /// CSystemPath to the calls of the operating system, ToPath and ToWide to and from the standard file-system facility.
 #pragma once

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 #include "SystemApi_File.h"
 
 #include "../Handle.h"

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 /// Texts on their way into the rows of a table.
 #pragma once
 

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 /// The standard output of a shell command: the one road by which the library learns things from shell tools.
 #pragma once
 

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 #include "SystemApi_Process.h"
 
 #include "../Handle.h"

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 /**
  * \file
  * SystemApi: one flat interface to the operating system.

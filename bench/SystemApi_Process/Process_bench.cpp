@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 /// Each process operation against the bare command, or the bare calls, that it is made of.
 #include <Tolvane_SystemApi.h>
 

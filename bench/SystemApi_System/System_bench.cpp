@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 /// The processors' counters against a bare open, read and scan of the same file.
 #include <SystemApi_System/SystemApi_System.h>
 

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 /// Commands: starting one, and capturing what it prints.
 #include "Plan.h"
 #include "Support.h"

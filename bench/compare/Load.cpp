@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 /// Programs that differ in what they load.
 #include "Plan.h"
 #include "Support.h"

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 /// What is compared: groups of contenders that do the same work, and the rows of the table that they give.
 #pragma once
 

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 /// The process list, over processes that are started for it.
 #include "Plan.h"
 #include "Psutil.h"

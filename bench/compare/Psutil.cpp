@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 #include "Psutil.h"
 #include "Support.h"
 

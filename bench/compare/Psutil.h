@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 /// psutil, in a Python process that stays and times its own calls, so that neither its start nor the way there counts.
 #pragma once
 

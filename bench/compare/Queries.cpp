@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 /// Questions with short answers: a path's attributes, memory, disks, processor, version, count.
 #include "Plan.h"
 #include "Psutil.h"

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 /// What several areas need: bare commands, programs, and folders that go again.
 #pragma once
 

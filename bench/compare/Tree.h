@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 /// Trees of empty files for the walks. Every second file is a .txt, the others are .dat.
 #pragma once
 

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 /// Walks over trees, into lists and into tables of rows.
 #include "Plan.h"
 #include "Support.h"

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 /// Files written, saved and copied, and trees deleted.
 #include "Plan.h"
 #include "Support.h"

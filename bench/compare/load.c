@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 /* A program that does next to nothing; what it is linked to makes the difference. */
 #ifdef WITH_LIBRARY
 #include <Tolvane_SystemApi.h>

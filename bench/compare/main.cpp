@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 /// Compares the library with what people would take instead, and with the barest system calls that keep its rules: all
 /// in one run, round by round. scripts/compare runs it and makes a table of what it prints.
 #include "Plan.h"

@@ -1,3 +1,4 @@
+# SPDX-License-Identifier: MIT
 """Answers lines "QUERY CALLS" with "SECONDS FOUND": the time that so many calls of psutil took, and what they found."""
 import sys
 import time

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 #include <Tolvane_BaseLib.h>
 
 #include <cstring>

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // Whole machines, recorded or made up, as files of tests/data/machines: what each shows of itself, and at the end the
 // figures that the library tells of it. After a first line with the reason comes a section for each file, "@" and its
 // path; "@processors" holds those online and those that the process may use, "@/proc/stat later" is what a second

@@ -1,4 +1,5 @@
 #!/bin/sh
+# SPDX-License-Identifier: MIT
 # Runs each example in a folder of its own: the exit status, and a line that it must print.
 # usage: examples_test.sh SOURCE PROGRAMS [LIBRARY_FOR_PYTHON]
 set -eu

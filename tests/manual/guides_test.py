@@ -1,4 +1,5 @@
 #!/usr/bin/env python3
+# SPDX-License-Identifier: MIT
 """Holds the documents against the tree: links, names, fields, commands, and the programs that they show.
 
 usage: guides_test.py SOURCE

@@ -1,4 +1,5 @@
 #!/bin/sh
+# SPDX-License-Identifier: MIT
 # Makes the manual, and looks whether each page can be rendered and found. Then takes one thing after the other away
 # from the headers: each must make it fail.
 # usage: pages_test.sh SOURCE BUILD [TOOL]

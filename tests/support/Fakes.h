@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 /// Files, folders and tools that stand in for the machine's own.
 #pragma once
 

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 /// Text buffers as callers hand them in.
 #pragma once
 

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 /// Processes that a test starts, and what is seen of them and of the library's commands.
 #pragma once
 

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 /// Child processes in which a test may do what it must not do to itself or to the machine.
 #pragma once
 

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 /// Calls of the C library that the test program answers in its place: the shared library under test calls the
 /// program's functions of these names.
 #pragma once

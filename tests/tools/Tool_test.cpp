@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 #include "ControlGroup.h"
 #include "Fakes.h"
 #include "OwnProcess.h"

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 /// Which processes have kept the processors busy.
 #pragma once
 

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 /// The table of subcommands: each file adds those of its area. What a subcommand finds goes into facts, which are
 /// written when it has ended, as text or as JSON; what it throws is shown, and leads to the exit status.
 #pragma once

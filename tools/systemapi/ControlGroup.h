@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 /// The limits of the control groups (versions 1 and 2) that surround this process. The kernel's own tables, which the
 /// library reads, tell the whole machine's figures inside a container too.
 #pragma once

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 #include "ErrorTable.h"
 
 #include <Tolvane_SystemApi.h>

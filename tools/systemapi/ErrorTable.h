@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 /// The error symbols, as the public header lists them.
 #pragma once
 

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 #include "Facts.h"
 
 #include "Failure.h"

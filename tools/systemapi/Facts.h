@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 /// What a command tells, before it is written as text (TextOutput.h), JSON (JsonOutput.h) or metrics (Metrics.h).
 #pragma once
 

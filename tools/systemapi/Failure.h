@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 /// What goes wrong, as the tool shows it.
 #pragma once
 

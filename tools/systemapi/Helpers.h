@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 /// What the tool finds out through shell commands.
 #pragma once
 

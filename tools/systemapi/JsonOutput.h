@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 /// Facts as programs read them: one object, which docs/systemapi.schema.json describes.
 #pragma once
 

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 #include "Metrics.h"
 
 #include "JsonOutput.h"

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 /// Facts as metrics, in the text exposition format of Prometheus.
 #pragma once
 

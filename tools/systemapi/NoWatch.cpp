@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // In the place of Watch.cpp where the terminal library is missing.
 #include "Commands.h"
 

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 /// How far a long write has come.
 #pragma once
 

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 /// The report: parts of what the library tells about this machine.
 #pragma once
 

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 /// What standard output goes to.
 #pragma once
 

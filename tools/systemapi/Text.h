@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 /// Pieces of output: texts made safe to show, amounts for people, bars, and aligned tables.
 #pragma once
 

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 #include "TextOutput.h"
 
 #include "Text.h"

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 /// Facts as people read them.
 #pragma once
 

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 /// The units in which sizes are asked for.
 #pragma once
 

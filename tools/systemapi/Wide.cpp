@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 #include "Wide.h"
 
 #include "Failure.h"

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 /// Text of the command line for the wide forms of operations.
 #pragma once
 

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 /// The file operations of one width under common names, for tests of what both widths have in common.
 #pragma once
 

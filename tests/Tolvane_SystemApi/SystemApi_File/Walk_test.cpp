@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 /// The walk against the standard iterators, which it must equal to the letter: on random trees with every kind of
 /// entry, and with faults.
 #include "Fakes.h"

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 #include "SystemApi_HardWare/SystemApi_HardWare.h"
 
 #include "OwnProcess.h"

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 #include "GuardedText.h"
 #include "Sandbox.h"
 #include "SystemApi_Process/CommandOutput.h"

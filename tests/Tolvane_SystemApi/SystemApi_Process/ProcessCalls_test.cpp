@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 #include "SystemApi_Process/SystemApi_Process.h"
 
 #include "OwnProcess.h"

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // The operations that learn what they tell from commands.
 #include "OwnProcess.h"
 #include "Sandbox.h"

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 #include "OwnProcess.h"
 #include "Sandbox.h"
 #include "SystemApi_System/SystemApi_System.h"

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 #include "Fakes.h"
 #include "Sandbox.h"
 #include "StandIns.h"

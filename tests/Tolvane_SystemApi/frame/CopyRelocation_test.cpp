@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 #include "SystemApi_System/SystemApi_System.h"
 
 #include <cstdint>

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 #include "Fakes.h"
 #include "Sandbox.h"
 #include "SystemApi_HardWare/SystemApi_HardWare.h"

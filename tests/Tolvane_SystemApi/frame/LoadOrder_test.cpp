@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 #include "SystemApi_File/SystemApi_File.h"
 #include "SystemApi_HardWare/SystemApi_HardWare.h"
 #include "SystemApi_Process/SystemApi_Process.h"

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 /* The public header as a C program has it: the records' layout and every constant, and a few calls. */
 #include <Tolvane_SystemApi.h>
 

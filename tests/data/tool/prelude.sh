@@ -1,3 +1,4 @@
+# SPDX-License-Identifier: MIT
 # What the transcripts here use. Each line "$ ..." of a transcript is run by a shell of its own; below it stands what
 # it shows, standard error too, and last its exit status in brackets where that is not 0. What stands in angle
 # brackets is a regular expression, in which the dot is the line end too.

@@ -1,3 +1,4 @@
+# SPDX-License-Identifier: MIT
 """Runs a command on a terminal of its own: terminal.py STEP... -- COMMAND...
 
 Steps, one after the other: see:REGEX waits for output, type:TEXT types it (\\t and the like are understood), size:80x24

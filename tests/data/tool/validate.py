@@ -1,3 +1,4 @@
+# SPDX-License-Identifier: MIT
 """Validates the JSON object on standard input against a schema, and shows members of it: validate.py SCHEMA [PATH...]
 
 A path is of names and of numbers in lists, with dots between: errors.0.symbol
