@@ -7,7 +7,7 @@
 #include <cstdlib>
 
 // The C library's own allocator under its inner names, or the address sanitizer's.
-#if defined(__SANITIZE_ADDRESS__)
+#if defined(SANITIZERS_HEAP)
 #define REAL(Call) __interceptor_##Call
 #else
 #define REAL(Call) __libc_##Call
@@ -84,7 +84,7 @@ void free(void* pBlock)
 }
 }
 
-#if defined(__SANITIZE_ADDRESS__) // which has operators of its own
+#if defined(SANITIZERS_HEAP) // which has operators of its own
 #include <new>
 void* operator new(std::size_t nSize)
 {

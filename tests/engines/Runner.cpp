@@ -200,7 +200,7 @@ const OUTCOME& CRunner::Run(const OPERATION& st_Operation, const PLAN& st_Plan)
 {
     for (int nOutcome = 0; nOutcome < 2; ++nOutcome)
         new (&m_pSt_Outcomes[nOutcome]) OUTCOME();
-    if (ftruncate(m_nErrors, 0) != 0)
+    if (ftruncate(m_nErrors, 0) != 0 || lseek(m_nErrors, 0, SEEK_SET) != 0)
         ADD_FAILURE() << "no file for errors";
     alarm(nPatience);
     const pid_t nPid = _Fork();
