@@ -223,6 +223,7 @@ CMachine::CMachine(int nThreads)
 {
     Folder.emplace();
     Tools.emplace();
+    setenv("TZ", "UTC", 1);             // which a zone that cannot be read is, too
     FakeFolder(Folder->Path().c_str()); // in memory: rows begin with new files
     fs::current_path(Folder->Path());
     for (nThread = 0; nThread < nThreads; ++nThread)

@@ -35,6 +35,9 @@ struct OUTPUTS
 
 constexpr int nAnyErrno = -1; ///< the interface does not say
 
+constexpr int nErrnoBefore = EXDEV;       ///< errno before every call: what a refused argument leaves
+constexpr unsigned long dwCodeBefore = 7; ///< what the code is before every call that an engine traces
+
 /// What an operation does when a system call is refused. A failure's code is an outcome, too.
 enum : unsigned long
 {
@@ -44,7 +47,7 @@ enum : unsigned long
     dwRaisesIt ///< the facility's exception with an errno of its own
 };
 
-/// Holds for the calls that it names; of several that fit, any may come true.
+/// Holds for the calls that it names, "allocation" among them; of several that fit, any may come true.
 struct RULE
 {
     RULE(const char* lpszForCalls, unsigned long dwThen) : lpszCalls(lpszForCalls), dwOutcome(dwThen) {}
@@ -52,6 +55,7 @@ struct RULE
     RULE& Only(const char* lpszFor) { return lpszErrnos = lpszFor, *this; } ///< for these errnos alone
     RULE& Writes() { return bWrites = true, *this; }                        ///< some outputs are written all the same
     RULE& Errno(int nOther) { return nErrno = nOther, *this; }              ///< errno is not the call's
+    RULE& Leaves(unsigned long dwLeft) { return dwCode = dwLeft, *this; }   ///< the code behind a success with less
 
     const char* lpszCalls;
     unsigned long dwOutcome;
@@ -59,6 +63,7 @@ struct RULE
     const char* lpszErrnos = nullptr;
     bool bWrites = false;
     int nErrno = 0; ///< or nAnyErrno
+    unsigned long dwCode = dwCodeBefore;
 };
 
 struct OPERATION
@@ -86,8 +91,6 @@ struct FAULT
     int nOccurrence;
     int nErrno;
 };
-
-constexpr int nErrnoBefore = EXDEV; ///< errno before every call: what a refused argument leaves
 
 /// A failure that the interface has a symbol for, produced through it.
 struct FAILURE

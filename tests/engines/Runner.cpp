@@ -67,6 +67,15 @@ CRunner::~CRunner()
     close(m_nErrors);
 }
 
+bool CRunner::MayTrace()
+{
+    const pid_t nPid = _Fork();
+    if (nPid == 0)
+        _exit(ptrace(PTRACE_TRACEME) == 0 ? 0 : 1);
+    int nStatus = 0;
+    return waitpid(nPid, &nStatus, 0) == nPid && nStatus == 0;
+}
+
 void CRunner::RunInChild(const OPERATION& st_Operation, const PLAN& st_Plan)
 {
     dup2(m_nErrors, STDERR_FILENO);

@@ -45,8 +45,6 @@ struct OUTCOME
     OUTPUTS st_Out;
 };
 
-constexpr unsigned long dwCodeBefore = 7; ///< what the code is before every call
-
 /// Only from one thread, in a sandbox.
 class CRunner
 {
@@ -54,6 +52,7 @@ public:
     CRunner();
     ~CRunner();
     CRunner& operator=(CRunner&&) = delete;
+    static bool MayTrace(); ///< whether the machine lets a child be traced
 
     /// The outcome lives until the next run.
     const OUTCOME& Run(const OPERATION& st_Operation, const PLAN& st_Plan);

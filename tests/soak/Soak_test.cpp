@@ -8,6 +8,7 @@
 
 #include <cstdio>
 #include <cstdlib>
+#include <cstring>
 #include <filesystem>
 #include <fstream>
 #include <functional>
@@ -119,6 +120,14 @@ void Soak(long nCalls)
         ROW(true, BaseLib_String_GetFileAndPathA("/a/b.c", tszText[0], tszText[1], nullptr, tszText[2], false)),
         ROW(true, BaseLib_String_GetFileAndPathW(L"/a/b.c", tszWide[0], tszWide[1], nullptr, tszWide[2], false)),
         ROW(true, BaseLib_Time_TTimeToStuTime(86400, &st_Time)),
+        ROW(true, BaseLib_Time_GetTickCount() > 0),
+        ROW(true, BaseLib_String_GetKeyValueA("key=value", "=", tszText[0], tszText[1], 1, 0, 0)),
+        ROW(true, BaseLib_String_GetStartEndA("a(b)c", tszText[0], "(", ")", 0)),
+        ROW(true, (std::strcpy(tszText[0], "aba"), BaseLib_String_DelSubA(tszText[0], "a", 1))),
+        ROW(geteuid() == 0, SystemApi_Process_IsAdmin()),
+        ROW(false, SystemApi_System_Shutdown(0)),
+        ROW(true, SystemApi_System_WMIQuery("", "", tszText[0], 0)),
+        ROW(true, SystemApi_GetLastError(&nNumber) != 0),
     };
     const std::vector<ROW> Commands = {
         ROW(true, SystemApi_System_GetMemoryUsage(&st_Memory, 1)),
@@ -127,6 +136,10 @@ void Soak(long nCalls)
         ROW(true, SystemApi_System_GetSystemVer(tszText[0], tszText[1], tszText[2], &dwNumber, tszText[3])),
         ROW(true, SystemApi_Process_CreateProcess(&dwNumber, "/bin/true", nullptr, false) &&
                       waitpid(static_cast<pid_t>(dwNumber), nullptr, 0) > 0),
+        ROW(true, SystemApi_Process_RunProcess(&dwNumber, "/bin/true", "true", nullptr, false) &&
+                      waitpid(-1, nullptr, 0) > 0),
+        ROW(true, SystemApi_Process_GetProcessCpuUsage(&nNumber, 0)),
+        ROW(true, SystemApi_Process_GetUpTime(&st_Time, 0)),
     };
     for (int nRound = 0; nRound < 50; ++nRound) // what the C library keeps for good comes with the first calls
         CallAll(Cheap);
