@@ -141,6 +141,8 @@ void CRunner::RunInChild(const OPERATION& st_Operation, const PLAN& st_Plan)
     EndChild();
     siginfo_t st_Left = {};
     pSt_Outcome->bChildLeft = !st_Operation.bStarts && waitid(P_ALL, 0, &st_Left, WEXITED | WNOHANG | WNOWAIT) == 0;
+    while (wait(nullptr) > 0) // a fork that came back writes its outcome yet
+        ;
     _exit(0);
 }
 
