@@ -15,6 +15,7 @@
 #include <csignal>
 #include <cstdlib>
 #include <ctime>
+#include <exception>
 #define NCURSES_NOMACROS
 #include <curses.h>
 #include <memory>
@@ -75,26 +76,38 @@ public:
         m_Thread.detach();
     } // ends with the process, asleep as it may be
 
+    /// \throws what has ended the observer
     std::shared_ptr<const CFacts> Latest()
     {
         const std::lock_guard m_Hold(m_Lock);
+        if (m_pFailure)
+            std::rethrow_exception(m_pFailure);
         return m_pLatest;
     }
 
 private:
     void Work()
     {
-        CBusyProcesses Busy;
-        for (;;)
+        try
         {
-            auto pFacts = std::make_shared<const CFacts>(Observe(Busy));
+            CBusyProcesses Busy;
+            for (;;)
+            {
+                auto pFacts = std::make_shared<const CFacts>(Observe(Busy));
+                const std::lock_guard m_Hold(m_Lock);
+                m_pLatest = std::move(pFacts);
+            }
+        }
+        catch (...) // the other thread has the terminal to restore
+        {
             const std::lock_guard m_Hold(m_Lock);
-            m_pLatest = std::move(pFacts);
+            m_pFailure = std::current_exception();
         }
     }
 
     std::mutex m_Lock;
     std::shared_ptr<const CFacts> m_pLatest;
+    std::exception_ptr m_pFailure;
     std::thread m_Thread;
 };
 
