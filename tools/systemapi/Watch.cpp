@@ -20,6 +20,7 @@
 #include <curses.h>
 #include <memory>
 #include <mutex>
+#include <poll.h>
 #include <sstream>
 #include <thread>
 #include <unistd.h>
@@ -133,6 +134,7 @@ public:
         noecho();
         curs_set(0);
         keypad(stdscr, true);
+        nodelay(stdscr, true);
         if (Terminal().bColour && start_color() == OK)
         {
             use_default_colors();
@@ -148,12 +150,17 @@ public:
     CScreen(const CScreen&) = delete;
     CScreen& operator=(const CScreen&) = delete;
 
-    /// A key, or ERR after a moment without one.
+    /// A key, or ERR after a moment without one. The end of the input counts as the terminal's signal, which may have
+    /// gone to other processes alone.
     int Key()
     {
         constexpr int nMilliseconds = 100;
-        wtimeout(stdscr, nMilliseconds);
-        return wgetch(stdscr);
+        pollfd st_Input = {STDIN_FILENO, POLLIN, 0};
+        const int nReady = poll(&st_Input, 1, nMilliseconds);
+        const int nKey = wgetch(stdscr);
+        if (nReady > 0 && nKey == ERR && nEndSignal == 0)
+            nEndSignal = SIGHUP;
+        return nKey;
     }
 
     void Draw(const CFacts* pFacts)
