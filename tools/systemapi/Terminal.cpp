@@ -23,6 +23,14 @@ int Nowhere()
     return nNull;
 }
 
+/// What is opened next must not become a standard file. To standard output nothing can be written then, which is told.
+void OpenStandardFiles()
+{
+    for (int nFile = STDIN_FILENO; nFile <= STDERR_FILENO; ++nFile)
+        if (fcntl(nFile, F_GETFD) < 0)
+            open("/dev/null", nFile == STDERR_FILENO ? O_WRONLY : O_RDONLY); // the lowest number that is free
+}
+
 int WidthOf(bool bTerminal)
 {
     constexpr int nUsual = 80;
@@ -39,6 +47,7 @@ int WidthOf(bool bTerminal)
 
 void ReadTerminal()
 {
+    OpenStandardFiles();
     const char* lpszNoColour = std::getenv("NO_COLOR");
     st_Terminal.bTerminal = isatty(STDOUT_FILENO) == 1;
     st_Terminal.bColour = st_Terminal.bTerminal && (lpszNoColour == nullptr || *lpszNoColour == '\0');
