@@ -161,17 +161,19 @@ void AddHardware(CLI::App& App)
     AddSerial(*pHardware);
 }
 
-void ReportProcessor(CFacts& Facts)
+VALUE UsageValue()
 {
     constexpr int nWhole = 100;
+    int nUsage = 0;
+    Require("GETCPUUSAGE", [&] { return SystemApi_System_GetCpuUsage(&nUsage); });
+    // A processor without a counted tick, or a counter that wrapped, gives what no share can be.
+    return nUsage >= 0 && nUsage <= nWhole ? VALUE(nUsage) : VALUE();
+}
+
+void ReportProcessor(CFacts& Facts)
+{
     Facts.Try([&] { AddProcessor(Facts); });
-    Facts.Try([&] {
-        int nUsage = 0;
-        Require("GETCPUUSAGE", [&] { return SystemApi_System_GetCpuUsage(&nUsage); });
-        // A processor without a counted tick, or a counter that wrapped, gives what no share can be.
-        const bool bShare = nUsage >= 0 && nUsage <= nWhole;
-        Facts.Add("usage", bShare ? VALUE(nUsage) : VALUE(), UNIT::Percent);
-    });
+    Facts.Try([&] { Facts.Add("usage", UsageValue(), UNIT::Percent); });
 }
 
 void ReportDisks(CFacts& Facts)

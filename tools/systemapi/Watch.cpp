@@ -34,9 +34,7 @@ namespace
 void AddUsage(CFacts& Facts)
 {
     constexpr int nInBytes = 1;
-    int nUsage = 0;
-    Require("GETCPUUSAGE", [&] { return SystemApi_System_GetCpuUsage(&nUsage); }); // takes the second
-    Facts.Add("processors", nUsage, UNIT::Percent);
+    Facts.Add("processors", UsageValue(), UNIT::Percent);
     tag_SystemApi_Memory_Infomation st_Memory = {};
     Require("GETMEMORYUSAGE", [&] { return SystemApi_System_GetMemoryUsage(&st_Memory, nInBytes); });
     Facts.Add("memory", st_Memory.nMemoryLoad, UNIT::Percent);
