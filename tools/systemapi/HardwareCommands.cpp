@@ -201,7 +201,7 @@ void ReportFileSystems(CFacts& Facts)
             Row.Add("kind", KindName(st_Disk.enDiskType));
             Row.Add("total", st_Disk.dwDiskTotal, UNIT::Bytes);
             Row.Add("free", st_Disk.dwDiskFree, UNIT::Bytes);
-            Row.Add("used", Share(st_Disk.dwDiskTotal - st_Disk.dwDiskFree, st_Disk.dwDiskTotal), UNIT::Percent);
+            Row.Add("used", ShareInUse(st_Disk.dwDiskFree, st_Disk.dwDiskTotal), UNIT::Percent);
             Rows.push_back(std::move(Row));
         });
     Facts.AddTable("mounted", std::move(Rows));

@@ -39,7 +39,7 @@ void AddUsage(CFacts& Facts)
     Require("GETMEMORYUSAGE", [&] { return SystemApi_System_GetMemoryUsage(&st_Memory, nInBytes); });
     Facts.Add("memory", st_Memory.nMemoryLoad, UNIT::Percent);
     if (st_Memory.nSwapTotal > 0)
-        Facts.Add("swap", Share(st_Memory.nSwapTotal - st_Memory.nSwapFree, st_Memory.nSwapTotal), UNIT::Percent);
+        Facts.Add("swap", ShareInUse(st_Memory.nSwapFree, st_Memory.nSwapTotal), UNIT::Percent);
     Facts.Add("available", st_Memory.nMemoryAvailable, UNIT::Bytes,
               HumanSize(st_Memory.nMemoryAvailable) + " of " + HumanSize(st_Memory.nMemoryTotal));
 }
