@@ -34,14 +34,14 @@ void OpenStandardFiles()
 int WidthOf(bool bTerminal)
 {
     constexpr int nUsual = 80;
+    if (!bTerminal)
+        return 0;
     winsize st_Size = {};
-    if (bTerminal && ioctl(STDOUT_FILENO, TIOCGWINSZ, &st_Size) == 0 && st_Size.ws_col > 0)
+    if (ioctl(STDOUT_FILENO, TIOCGWINSZ, &st_Size) == 0 && st_Size.ws_col > 0)
         return st_Size.ws_col;
     const char* lpszColumns = std::getenv("COLUMNS");
     const long nColumns = lpszColumns ? std::strtol(lpszColumns, nullptr, 10) : 0;
-    if (nColumns > 0)
-        return static_cast<int>(std::min(nColumns, 4096L));
-    return bTerminal ? nUsual : 0;
+    return nColumns > 0 ? static_cast<int>(std::min(nColumns, 4096L)) : nUsual;
 }
 } // namespace
 
