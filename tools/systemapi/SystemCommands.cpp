@@ -104,7 +104,7 @@ void AddMemory(CLI::App& System)
             Facts.Add("shared", st_Memory.nMemoryShared, UNIT::Bytes);
         });
     *pUnit = AddUnit(pMemory);
-    pMemory->footer("The shared memory is in bytes in every unit.");
+    pMemory->footer("The whole machine's, also inside a container. The shared memory is in bytes in every unit.");
 }
 
 void AddShutdown(CLI::App& System)
@@ -163,7 +163,7 @@ void AddSystem(CLI::App& App)
         int nUsage = 0;
         Require("GETCPUUSAGE", [&] { return SystemApi_System_GetCpuUsage(&nUsage); });
         Facts.Add("usage", nUsage, UNIT::Percent);
-    })->footer("-2147483648 where a processor counted no time.");
+    })->footer("The whole machine's, also inside a container. -2147483648 where a processor counted no time.");
     AddCommand(*pSystem, "idle", "Show the idle part of all counted time", [](CFacts& Facts) {
         unsigned long nIdle = 0;
         Require("GETSYSIDLETIME", [&] { return SystemApi_System_GetSysIdleTime(&nIdle); });
