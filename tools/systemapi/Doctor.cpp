@@ -1,12 +1,10 @@
 // SPDX-License-Identifier: MIT
 #include "Commands.h"
-#include "Failure.h"
 #include "Helpers.h"
 #include "TextOutput.h"
 
 #include <Tolvane_SystemApi.h>
 
-#include <array>
 #include <cerrno>
 #include <clocale>
 #include <cstdlib>
@@ -59,17 +57,12 @@ std::string Located(const std::string& Program, bool bUnderSudo = false)
 
 void AddMachine(CFacts& Facts)
 {
-    std::array<std::array<char, BASELIB_TEXT_SIZE>, 4> tszTexts = {};
-    unsigned long dwType = 0;
-    RequireQuietly("GETSYSTEMVER", [&] {
-        return SystemApi_System_GetSystemVer(tszTexts[0].data(), tszTexts[1].data(), tszTexts[2].data(), &dwType,
-                                             tszTexts[3].data());
-    });
+    const VERSION st_Version = VersionOfSystem();
     utsname st_Kernel = {};
     uname(&st_Kernel);
     Facts.Add("tool", SYSTEMAPI_VERSION);
-    Facts.Add("distribution", tszTexts[0].data());
-    Facts.Add("kernel", tszTexts[3].data());
+    Facts.Add("distribution", st_Version.Distribution);
+    Facts.Add("kernel", st_Version.Kernel);
     Facts.Add("architecture", st_Kernel.machine);
     Facts.Add("superuser", SystemApi_Process_IsAdmin());
 }

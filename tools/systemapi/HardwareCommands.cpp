@@ -188,7 +188,6 @@ void ReportDisks(CFacts& Facts)
 
 void ReportFileSystems(CFacts& Facts)
 {
-    constexpr int nInBytes = 1;
     const auto Folders = DiskMounts();
     if (Folders.empty())
         Facts.Remark("none on a disk");

@@ -6,6 +6,7 @@
 #include "Terminal.h"
 #include "Text.h"
 #include "TextOutput.h"
+#include "Unit.h"
 
 #include <Tolvane_SystemApi.h>
 
@@ -33,7 +34,6 @@ namespace
 
 void AddUsage(CFacts& Facts)
 {
-    constexpr int nInBytes = 1;
     Facts.Add("processors", UsageValue(), UNIT::Percent);
     tag_SystemApi_Memory_Infomation st_Memory = {};
     Require("GETMEMORYUSAGE", [&] { return SystemApi_System_GetMemoryUsage(&st_Memory, nInBytes); });
