@@ -29,7 +29,7 @@ def name_of(name):
 
 def help_of(command):
     """What --help prints of a command: its description, and rows of name and meaning by section."""
-    environment = {**os.environ, "COLUMNS": "1000", "NO_COLOR": "1"}
+    environment = {**os.environ, "NO_COLOR": "1"}
     text = subprocess.run([TOOL, *command, "--help"], check=True, capture_output=True, text=True, env=environment).stdout
     description, usage, sections, footer = "", "", {}, []
     rows = None

@@ -21,6 +21,9 @@ TEST(ToolText, SizesForPeople)
                    {~0ULL, "16.0 EiB"}};
     for (const auto& st_Row : st_Rows)
         EXPECT_EQ(HumanSize(st_Row.nBytes), st_Row.lpszShown);
+    EXPECT_EQ(ShareInUse(1, 3), 66);
+    EXPECT_EQ(ShareInUse(4, 3), 0) << "more is free than there is";
+    EXPECT_EQ(Share(~0UL, 3), 100);
 }
 
 TEST(ToolText, NamesAreShownHarmlesslyAndClippedBetweenCharacters)

@@ -5,6 +5,7 @@
 #include "Sandbox.h"
 
 #include <array>
+#include <climits>
 #include <cstring>
 #include <fstream>
 #include <gmock/gmock.h>
@@ -275,6 +276,20 @@ TEST(Tool, ControlGroupsLimitAsTheTightestAbove)
          {{"cg/memory.max", "7000"}},
          2,
          7000,
+         0},
+        {"names that the kernel writes in octal",
+         "0::/a b/c\n",
+         "30 1 0:1 /a\\040b /c\\134\\g ro - cgroup2 c rw\n",
+         {{"c\\\\g/c/memory.max", "7000"}},
+         2,
+         7000,
+         0},
+        {"a group whose folder cannot be asked for",
+         "0::/" + std::string(NAME_MAX + 1, 'a') + "\n",
+         Mounts2,
+         {{"cg/memory.max", "8000"}},
+         2,
+         8000,
          0},
         {"no path leads there from what is mounted",
          "0::/../other\n",

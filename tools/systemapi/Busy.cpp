@@ -60,13 +60,13 @@ std::vector<BUSY_PROCESS> CBusyProcesses::Sample()
     std::map<int, unsigned long long> Ticks;
     std::vector<BUSY_PROCESS> Found;
     std::error_code Ignored;
-    for (const auto& Entry : std::filesystem::directory_iterator("/proc", Ignored))
+    for (std::filesystem::directory_iterator Entry("/proc", Ignored); Entry != end(Entry); Entry.increment(Ignored))
     {
-        const std::string Id = Entry.path().filename().string();
+        const std::string Id = Entry->path().filename().string();
         int nPid = 0;
         if (std::from_chars(Id.data(), Id.data() + Id.size(), nPid).ec != std::errc())
             continue;
-        const auto st_Counters = Read(Entry.path());
+        const auto st_Counters = Read(Entry->path());
         if (!st_Counters)
             continue;
         const auto Before = m_Ticks.find(nPid);

@@ -7,6 +7,7 @@
 #include <fstream>
 #include <sstream>
 #include <string_view>
+#include <system_error>
 #include <vector>
 
 namespace fs = std::filesystem;
@@ -34,6 +35,27 @@ bool Holds(const std::vector<std::string>& Words, std::string_view Word)
     return std::find(Words.begin(), Words.end(), Word) != Words.end();
 }
 
+/// A field of the table of mounts, in which blanks and the like are written as \OOO.
+std::string Unescaped(const std::string& Field)
+{
+    constexpr std::size_t nDigits = 3;
+    std::string Text;
+    for (std::size_t nAt = 0; nAt < Field.size(); ++nAt)
+    {
+        unsigned nByte = 0;
+        const char* const lpszDigits = Field.data() + nAt + 1;
+        if (Field[nAt] == '\\' && Field.size() - nAt > nDigits &&
+            std::from_chars(lpszDigits, lpszDigits + nDigits, nByte, 8).ptr == lpszDigits + nDigits)
+        {
+            Text += static_cast<char>(nByte);
+            nAt += nDigits;
+        }
+        else
+            Text += Field[nAt];
+    }
+    return Text;
+}
+
 /// The hierarchy of a controller; that of version 2 has none named.
 std::optional<HIERARCHY> HierarchyOf(const fs::path& Root, const std::string& Controller)
 {
@@ -55,7 +77,7 @@ std::optional<HIERARCHY> HierarchyOf(const fs::path& Root, const std::string& Co
         const bool bVersion2 = Dash[nType] == "cgroup2";
         const bool bVersion1 = Dash[nType] == "cgroup";
         if (Controller.empty() ? bVersion2 : bVersion1 && Holds(Split(Dash[nSuperOptions], ','), Controller))
-            return HIERARCHY{Words[nRoot], Root / fs::path(Words[nFolder]).relative_path()};
+            return HIERARCHY{Unescaped(Words[nRoot]), Root / fs::path(Unescaped(Words[nFolder])).relative_path()};
     }
     return std::nullopt;
 }
@@ -68,7 +90,8 @@ std::vector<fs::path> Upwards(const HIERARCHY& st_Hierarchy, const std::string& 
     if (st_Hierarchy.Root != "/")
         Below = Below.lexically_relative(st_Hierarchy.Root);
     Below = Below.relative_path();
-    if (Below.empty() || *Below.begin() == ".." || !fs::is_directory(st_Hierarchy.Folder / Below))
+    std::error_code Ignored;
+    if (Below.empty() || *Below.begin() == ".." || !fs::is_directory(st_Hierarchy.Folder / Below, Ignored))
         Below = ".";
     std::vector<fs::path> Folders = {st_Hierarchy.Folder};
     for (const fs::path& Step : Below)

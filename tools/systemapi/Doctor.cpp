@@ -1,12 +1,10 @@
 // SPDX-License-Identifier: MIT
 #include "Commands.h"
-#include "Failure.h"
 #include "Helpers.h"
 #include "TextOutput.h"
 
 #include <Tolvane_SystemApi.h>
 
-#include <array>
 #include <cerrno>
 #include <clocale>
 #include <cstdlib>
@@ -16,6 +14,7 @@
 #include <initializer_list>
 #include <langinfo.h>
 #include <sstream>
+#include <string_view>
 #include <sys/utsname.h>
 #include <system_error>
 #include <unistd.h>
@@ -28,11 +27,14 @@ namespace
 constexpr const char* lpszBoardFile = "/sys/class/dmi/id/board_serial";
 constexpr const char* lpszSystemFile = "/sys/class/dmi/id/product_uuid";
 
-/// A home folder's name is mostly that of its user.
+/// A home folder's name is mostly that of its user; PATH may lead into another's.
 std::string WithoutHome(const std::string& File)
 {
+    constexpr std::string_view Homes = "/home/";
     const char* lpszHome = std::getenv("HOME");
-    const std::string Home = std::string(lpszHome ? lpszHome : "") + "/";
+    std::string Home = std::string(lpszHome ? lpszHome : "") + "/";
+    if (!File.starts_with(Home) && File.starts_with(Homes))
+        Home = File.substr(0, File.find('/', Homes.size()) + 1);
     return Home.size() > 1 && File.starts_with(Home) ? "~/" + File.substr(Home.size()) : File;
 }
 
@@ -55,17 +57,12 @@ std::string Located(const std::string& Program, bool bUnderSudo = false)
 
 void AddMachine(CFacts& Facts)
 {
-    std::array<std::array<char, BASELIB_TEXT_SIZE>, 4> tszTexts = {};
-    unsigned long dwType = 0;
-    RequireQuietly("GETSYSTEMVER", [&] {
-        return SystemApi_System_GetSystemVer(tszTexts[0].data(), tszTexts[1].data(), tszTexts[2].data(), &dwType,
-                                             tszTexts[3].data());
-    });
+    const VERSION st_Version = VersionOfSystem();
     utsname st_Kernel = {};
     uname(&st_Kernel);
     Facts.Add("tool", SYSTEMAPI_VERSION);
-    Facts.Add("distribution", tszTexts[0].data());
-    Facts.Add("kernel", tszTexts[3].data());
+    Facts.Add("distribution", st_Version.Distribution);
+    Facts.Add("kernel", st_Version.Kernel);
     Facts.Add("architecture", st_Kernel.machine);
     Facts.Add("superuser", SystemApi_Process_IsAdmin());
 }
@@ -171,16 +168,18 @@ std::vector<CFacts> KernelFiles()
     std::vector<CFacts> Rows;
     for (const char* lpszFile :
          {"/etc/os-release", "/proc/meminfo", "/proc/stat", "/proc/cpuinfo", "/proc/partitions",
-          "/proc/self/loginuid", "/proc/self/cgroup", lpszBoardFile, lpszSystemFile})
+          "/proc/self/loginuid", "/proc/self/cgroup", "/proc/self/mountinfo", "/proc/self/mounts",
+          "/sys/devices/system/cpu/online", lpszBoardFile, lpszSystemFile})
     {
-        errno = 0;
+        char cFirst = '\0';
         const int nFile = open(lpszFile, O_RDONLY | O_CLOEXEC);
-        const std::string Reason = nFile < 0 ? std::generic_category().message(errno) : "";
+        const bool bReadable = nFile >= 0 && read(nFile, &cFirst, 1) >= 0; // what opens may still refuse
+        const std::string Reason = bReadable ? "" : std::generic_category().message(errno);
         if (nFile >= 0)
             close(nFile);
         CFacts& Row = Rows.emplace_back();
         Row.Add("path", lpszFile);
-        Row.Add("readable", nFile >= 0);
+        Row.Add("readable", bReadable);
         Row.Add("reason", Reason, UNIT::None, Reason.empty() ? "-" : "");
     }
     return Rows;

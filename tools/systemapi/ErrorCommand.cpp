@@ -45,7 +45,8 @@ void AddError(CLI::App& App)
         else
             Facts.AddBlocks("symbols", std::move(Rows));
     });
-    pError->add_option("CODE", *Text, "A code (0x040A0022) or a symbol, in any case; all of them when left out");
+    pError->add_option("CODE", *Text, "A code (0x040A0022) or a symbol, in any case; all of them when left out")
+        ->check([](const std::string& Code) { return std::string(Code.empty() ? "an empty text" : ""); });
     pError->footer(
         "Symbols that share a value are told apart by the operation that was called. errno: whether it tells "
         "more.");

@@ -161,17 +161,19 @@ void AddHardware(CLI::App& App)
     AddSerial(*pHardware);
 }
 
-void ReportProcessor(CFacts& Facts)
+VALUE UsageValue()
 {
     constexpr int nWhole = 100;
+    int nUsage = 0;
+    Require("GETCPUUSAGE", [&] { return SystemApi_System_GetCpuUsage(&nUsage); });
+    // A processor without a counted tick, or a counter that wrapped, gives what no share can be.
+    return nUsage >= 0 && nUsage <= nWhole ? VALUE(nUsage) : VALUE();
+}
+
+void ReportProcessor(CFacts& Facts)
+{
     Facts.Try([&] { AddProcessor(Facts); });
-    Facts.Try([&] {
-        int nUsage = 0;
-        Require("GETCPUUSAGE", [&] { return SystemApi_System_GetCpuUsage(&nUsage); });
-        // A processor without a counted tick, or a counter that wrapped, gives what no share can be.
-        const bool bShare = nUsage >= 0 && nUsage <= nWhole;
-        Facts.Add("usage", bShare ? VALUE(nUsage) : VALUE(), UNIT::Percent);
-    });
+    Facts.Try([&] { Facts.Add("usage", UsageValue(), UNIT::Percent); });
 }
 
 void ReportDisks(CFacts& Facts)
@@ -186,7 +188,6 @@ void ReportDisks(CFacts& Facts)
 
 void ReportFileSystems(CFacts& Facts)
 {
-    constexpr int nInBytes = 1;
     const auto Folders = DiskMounts();
     if (Folders.empty())
         Facts.Remark("none on a disk");
@@ -199,7 +200,7 @@ void ReportFileSystems(CFacts& Facts)
             Row.Add("kind", KindName(st_Disk.enDiskType));
             Row.Add("total", st_Disk.dwDiskTotal, UNIT::Bytes);
             Row.Add("free", st_Disk.dwDiskFree, UNIT::Bytes);
-            Row.Add("used", Share(st_Disk.dwDiskTotal - st_Disk.dwDiskFree, st_Disk.dwDiskTotal), UNIT::Percent);
+            Row.Add("used", ShareInUse(st_Disk.dwDiskFree, st_Disk.dwDiskTotal), UNIT::Percent);
             Rows.push_back(std::move(Row));
         });
     Facts.AddTable("mounted", std::move(Rows));

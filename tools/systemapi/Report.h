@@ -4,6 +4,9 @@
 
 #include "Facts.h"
 
+/// The processors' usage over the second that this takes, per cent; nothing where no share was counted.
+VALUE UsageValue();
+
 // The parts, in the order of the report (the list is in Report.cpp).
 void ReportSystem(CFacts& Facts);
 void ReportStart(CFacts& Facts);

@@ -2,6 +2,7 @@
 #include "Commands.h"
 #include "ControlGroup.h"
 #include "Failure.h"
+#include "Helpers.h"
 #include "Report.h"
 #include "Text.h"
 #include "Unit.h"
@@ -18,22 +19,13 @@ namespace
 {
 using TextBuffer = char[BASELIB_TEXT_SIZE];
 
-constexpr int nInBytes = 1;
-
 void AddVersion(CFacts& Facts)
 {
-    TextBuffer tszName = {};
-    TextBuffer tszVersion = {};
-    TextBuffer tszCodeName = {};
-    TextBuffer tszKernel = {};
-    unsigned long dwType = 0;
-    RequireQuietly("GETSYSTEMVER", [&] {
-        return SystemApi_System_GetSystemVer(tszName, tszVersion, tszCodeName, &dwType, tszKernel);
-    });
-    Facts.Add("distribution", tszName);
-    Facts.Add("version", tszVersion);
-    Facts.Add("code_name", tszCodeName);
-    Facts.Add("kernel", tszKernel);
+    const VERSION st_Version = VersionOfSystem();
+    Facts.Add("distribution", st_Version.Distribution);
+    Facts.Add("version", st_Version.Version);
+    Facts.Add("code_name", st_Version.CodeName);
+    Facts.Add("kernel", st_Version.Kernel);
 }
 
 void AddNames(CFacts& Facts)
@@ -45,11 +37,16 @@ void AddNames(CFacts& Facts)
     Facts.Add("host", tszHost);
 }
 
-tag_SystemApi_Memory_Infomation MemoryIn(int nUnit)
+void AddAmounts(CFacts& Facts, const Unit& pUnit)
 {
     tag_SystemApi_Memory_Infomation st_Memory = {};
-    RequireQuietly("GETMEMORYUSAGE", [&] { return SystemApi_System_GetMemoryUsage(&st_Memory, nUnit); });
-    return st_Memory;
+    RequireQuietly("GETMEMORYUSAGE", [&] { return SystemApi_System_GetMemoryUsage(&st_Memory, TypeOf(pUnit)); });
+    Facts.Add("load", st_Memory.nMemoryLoad, UNIT::Percent);
+    AddSize(Facts, "total", st_Memory.nMemoryTotal, pUnit);
+    AddSize(Facts, "available", st_Memory.nMemoryAvailable, pUnit);
+    AddSize(Facts, "swap_total", st_Memory.nSwapTotal, pUnit);
+    AddSize(Facts, "swap_free", st_Memory.nSwapFree, pUnit);
+    Facts.Add("shared", st_Memory.nMemoryShared, UNIT::Bytes);
 }
 
 std::string StartOfSystem()
@@ -93,18 +90,10 @@ std::vector<CFacts> Processes()
 void AddMemory(CLI::App& System)
 {
     const auto pUnit = std::make_shared<Unit>();
-    CLI::App* const pMemory =
-        AddCommand(System, "memory", "Show memory, swap and shared memory", [pUnit](CFacts& Facts) {
-            const auto st_Memory = MemoryIn(TypeOf(*pUnit));
-            Facts.Add("load", st_Memory.nMemoryLoad, UNIT::Percent);
-            AddSize(Facts, "total", st_Memory.nMemoryTotal, *pUnit);
-            AddSize(Facts, "available", st_Memory.nMemoryAvailable, *pUnit);
-            AddSize(Facts, "swap_total", st_Memory.nSwapTotal, *pUnit);
-            AddSize(Facts, "swap_free", st_Memory.nSwapFree, *pUnit);
-            Facts.Add("shared", st_Memory.nMemoryShared, UNIT::Bytes);
-        });
+    CLI::App* const pMemory = AddCommand(System, "memory", "Show memory, swap and shared memory",
+                                         [pUnit](CFacts& Facts) { AddAmounts(Facts, *pUnit); });
     *pUnit = AddUnit(pMemory);
-    pMemory->footer("The shared memory is in bytes in every unit.");
+    pMemory->footer("The whole machine's, also inside a container. The shared memory is in bytes in every unit.");
 }
 
 void AddShutdown(CLI::App& System)
@@ -151,6 +140,19 @@ void AddExec(CLI::App& System)
 }
 } // namespace
 
+VERSION VersionOfSystem()
+{
+    TextBuffer tszName = {};
+    TextBuffer tszVersion = {};
+    TextBuffer tszCodeName = {};
+    TextBuffer tszKernel = {};
+    unsigned long dwType = 0;
+    RequireQuietly("GETSYSTEMVER", [&] {
+        return SystemApi_System_GetSystemVer(tszName, tszVersion, tszCodeName, &dwType, tszKernel);
+    });
+    return {tszName, tszVersion, tszCodeName, tszKernel};
+}
+
 void AddSystem(CLI::App& App)
 {
     CLI::App* const pSystem =
@@ -163,7 +165,7 @@ void AddSystem(CLI::App& App)
         int nUsage = 0;
         Require("GETCPUUSAGE", [&] { return SystemApi_System_GetCpuUsage(&nUsage); });
         Facts.Add("usage", nUsage, UNIT::Percent);
-    })->footer("-2147483648 where a processor counted no time.");
+    })->footer("The whole machine's, also inside a container. -2147483648 where a processor counted no time.");
     AddCommand(*pSystem, "idle", "Show the idle part of all counted time", [](CFacts& Facts) {
         unsigned long nIdle = 0;
         Require("GETSYSIDLETIME", [&] { return SystemApi_System_GetSysIdleTime(&nIdle); });
@@ -197,13 +199,7 @@ void ReportStart(CFacts& Facts)
 
 void ReportMemory(CFacts& Facts)
 {
-    const auto st_Memory = MemoryIn(nInBytes);
-    Facts.Add("load", st_Memory.nMemoryLoad, UNIT::Percent);
-    Facts.Add("total", st_Memory.nMemoryTotal, UNIT::Bytes);
-    Facts.Add("available", st_Memory.nMemoryAvailable, UNIT::Bytes);
-    Facts.Add("swap_total", st_Memory.nSwapTotal, UNIT::Bytes);
-    Facts.Add("swap_free", st_Memory.nSwapFree, UNIT::Bytes);
-    Facts.Add("shared", st_Memory.nMemoryShared, UNIT::Bytes);
+    AddAmounts(Facts, std::make_shared<std::optional<int>>());
 }
 
 void ReportContainer(CFacts& Facts)

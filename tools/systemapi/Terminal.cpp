@@ -23,22 +23,31 @@ int Nowhere()
     return nNull;
 }
 
+/// What is opened next must not become a standard file. To standard output nothing can be written then, which is told.
+void OpenStandardFiles()
+{
+    for (int nFile = STDIN_FILENO; nFile <= STDERR_FILENO; ++nFile)
+        if (fcntl(nFile, F_GETFD) < 0)
+            open("/dev/null", nFile == STDERR_FILENO ? O_WRONLY : O_RDONLY); // the lowest number that is free
+}
+
 int WidthOf(bool bTerminal)
 {
     constexpr int nUsual = 80;
+    if (!bTerminal)
+        return 0;
     winsize st_Size = {};
-    if (bTerminal && ioctl(STDOUT_FILENO, TIOCGWINSZ, &st_Size) == 0 && st_Size.ws_col > 0)
+    if (ioctl(STDOUT_FILENO, TIOCGWINSZ, &st_Size) == 0 && st_Size.ws_col > 0)
         return st_Size.ws_col;
     const char* lpszColumns = std::getenv("COLUMNS");
     const long nColumns = lpszColumns ? std::strtol(lpszColumns, nullptr, 10) : 0;
-    if (nColumns > 0)
-        return static_cast<int>(std::min(nColumns, 4096L));
-    return bTerminal ? nUsual : 0;
+    return nColumns > 0 ? static_cast<int>(std::min(nColumns, 4096L)) : nUsual;
 }
 } // namespace
 
 void ReadTerminal()
 {
+    OpenStandardFiles();
     const char* lpszNoColour = std::getenv("NO_COLOR");
     st_Terminal.bTerminal = isatty(STDOUT_FILENO) == 1;
     st_Terminal.bColour = st_Terminal.bTerminal && (lpszNoColour == nullptr || *lpszNoColour == '\0');

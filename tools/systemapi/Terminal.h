@@ -13,7 +13,8 @@ struct TERMINAL
     int nWidth;     ///< columns of a line; 0 where lines may have any length (a pipe or a file)
 };
 
-/// Finds it out, and sets the character set by which names are read. Called once, first of all.
+/// Opens the standard files that are closed, finds out what they are, and sets the character set by which names are
+/// read. Called once, first of all.
 void ReadTerminal();
 /// What was found.
 const TERMINAL& Terminal();

@@ -123,7 +123,13 @@ std::string Duration(unsigned long long nSeconds)
 
 int Share(unsigned long nPart, unsigned long nWhole)
 {
-    return nWhole == 0 ? 0 : static_cast<int>(static_cast<double>(nPart) * 100 / static_cast<double>(nWhole));
+    const auto fPart = static_cast<double>(std::min(nPart, nWhole));
+    return nWhole == 0 ? 0 : static_cast<int>(fPart * 100 / static_cast<double>(nWhole));
+}
+
+int ShareInUse(unsigned long nFree, unsigned long nWhole)
+{
+    return Share(nWhole - std::min(nFree, nWhole), nWhole);
 }
 
 namespace

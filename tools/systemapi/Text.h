@@ -34,8 +34,10 @@ std::string DateAndTime(const TOLVANE_LIBTIME& st_Time);
 /// "1 day 02:03:04"
 std::string Duration(unsigned long long nSeconds);
 
-/// A part of a whole in per cent, rounded down; 0 of nothing.
+/// A part of a whole in per cent, rounded down, and not above 100; 0 of nothing.
 int Share(unsigned long nPart, unsigned long nWhole);
+/// The same of what is not free. The kernel's figures may tell of more that is free than there is.
+int ShareInUse(unsigned long nFree, unsigned long nWhole);
 
 /// A bar of a share between 0 and 100 per cent, and the number: "[#####-----] 50 %". High shares are coloured as
 /// a warning.

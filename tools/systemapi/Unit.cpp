@@ -1,11 +1,6 @@
 // SPDX-License-Identifier: MIT
 #include "Unit.h"
 
-namespace
-{
-constexpr int nInBytes = 1;
-}
-
 Unit AddUnit(CLI::App* pCommand)
 {
     auto pUnit = std::make_shared<std::optional<int>>();

@@ -9,6 +9,9 @@
 #include <optional>
 #include <string>
 
+/// The library's number of the smallest unit.
+constexpr int nInBytes = 1;
+
 /// The library's number of a unit; nothing where bytes are asked for and people are to read a unit that suits them.
 using Unit = std::shared_ptr<std::optional<int>>;
 

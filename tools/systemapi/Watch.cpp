@@ -6,6 +6,7 @@
 #include "Terminal.h"
 #include "Text.h"
 #include "TextOutput.h"
+#include "Unit.h"
 
 #include <Tolvane_SystemApi.h>
 
@@ -15,10 +16,12 @@
 #include <csignal>
 #include <cstdlib>
 #include <ctime>
+#include <exception>
 #define NCURSES_NOMACROS
 #include <curses.h>
 #include <memory>
 #include <mutex>
+#include <poll.h>
 #include <sstream>
 #include <thread>
 #include <unistd.h>
@@ -31,15 +34,12 @@ namespace
 
 void AddUsage(CFacts& Facts)
 {
-    constexpr int nInBytes = 1;
-    int nUsage = 0;
-    Require("GETCPUUSAGE", [&] { return SystemApi_System_GetCpuUsage(&nUsage); }); // takes the second
-    Facts.Add("processors", nUsage, UNIT::Percent);
+    Facts.Add("processors", UsageValue(), UNIT::Percent);
     tag_SystemApi_Memory_Infomation st_Memory = {};
     Require("GETMEMORYUSAGE", [&] { return SystemApi_System_GetMemoryUsage(&st_Memory, nInBytes); });
     Facts.Add("memory", st_Memory.nMemoryLoad, UNIT::Percent);
     if (st_Memory.nSwapTotal > 0)
-        Facts.Add("swap", Share(st_Memory.nSwapTotal - st_Memory.nSwapFree, st_Memory.nSwapTotal), UNIT::Percent);
+        Facts.Add("swap", ShareInUse(st_Memory.nSwapFree, st_Memory.nSwapTotal), UNIT::Percent);
     Facts.Add("available", st_Memory.nMemoryAvailable, UNIT::Bytes,
               HumanSize(st_Memory.nMemoryAvailable) + " of " + HumanSize(st_Memory.nMemoryTotal));
 }
@@ -75,26 +75,38 @@ public:
         m_Thread.detach();
     } // ends with the process, asleep as it may be
 
+    /// \throws what has ended the observer
     std::shared_ptr<const CFacts> Latest()
     {
         const std::lock_guard m_Hold(m_Lock);
+        if (m_pFailure)
+            std::rethrow_exception(m_pFailure);
         return m_pLatest;
     }
 
 private:
     void Work()
     {
-        CBusyProcesses Busy;
-        for (;;)
+        try
         {
-            auto pFacts = std::make_shared<const CFacts>(Observe(Busy));
+            CBusyProcesses Busy;
+            for (;;)
+            {
+                auto pFacts = std::make_shared<const CFacts>(Observe(Busy));
+                const std::lock_guard m_Hold(m_Lock);
+                m_pLatest = std::move(pFacts);
+            }
+        }
+        catch (...) // the other thread has the terminal to restore
+        {
             const std::lock_guard m_Hold(m_Lock);
-            m_pLatest = std::move(pFacts);
+            m_pFailure = std::current_exception();
         }
     }
 
     std::mutex m_Lock;
     std::shared_ptr<const CFacts> m_pLatest;
+    std::exception_ptr m_pFailure;
     std::thread m_Thread;
 };
 
@@ -120,6 +132,7 @@ public:
         noecho();
         curs_set(0);
         keypad(stdscr, true);
+        nodelay(stdscr, true);
         if (Terminal().bColour && start_color() == OK)
         {
             use_default_colors();
@@ -135,12 +148,17 @@ public:
     CScreen(const CScreen&) = delete;
     CScreen& operator=(const CScreen&) = delete;
 
-    /// A key, or ERR after a moment without one.
+    /// A key, or ERR after a moment without one. The end of the input counts as the terminal's signal, which may have
+    /// gone to other processes alone.
     int Key()
     {
         constexpr int nMilliseconds = 100;
-        wtimeout(stdscr, nMilliseconds);
-        return wgetch(stdscr);
+        pollfd st_Input = {STDIN_FILENO, POLLIN, 0};
+        const int nReady = poll(&st_Input, 1, nMilliseconds);
+        const int nKey = wgetch(stdscr);
+        if (nReady > 0 && nKey == ERR && nEndSignal == 0)
+            nEndSignal = SIGHUP;
+        return nKey;
     }
 
     void Draw(const CFacts* pFacts)

@@ -3,6 +3,7 @@
 #include "Failure.h"
 #include "JsonOutput.h"
 #include "Terminal.h"
+#include "Text.h"
 #include "TextOutput.h"
 
 #include <algorithm>
@@ -11,6 +12,7 @@
 #include <iostream>
 #include <span>
 #include <string_view>
+#include <vector>
 
 namespace
 {
@@ -19,8 +21,11 @@ constexpr const char* lpszFooter =
     "Output to a terminal has colours, unless NO_COLOR is set.";
 
 /// For the scripts that read --json wrong usage is an object too.
-int WrongUsage(CLI::App& App, const CLI::ParseError& Error, bool bJson)
+int WrongUsage(CLI::App& App, const CLI::ParseError& Error, std::span<char*> Arguments)
 {
+    using std::string_view_literals::operator""sv;
+    const auto Options = std::find(Arguments.begin(), Arguments.end(), "--"sv); // behind it are none
+    const bool bJson = std::find(Arguments.begin(), Options, "--json"sv) != Options;
     CFacts Facts;
     Facts.Try([&] { throw CWrongUsage(Error.what()); });
     if (bJson)
@@ -34,7 +39,9 @@ int Run(std::span<char*> Arguments)
 {
     CLI::App App("What SystemApi knows of this machine, and what it can do to it.", "systemapi");
     App.set_version_flag("--version", "systemapi " SYSTEMAPI_VERSION);
-    App.failure_message(CLI::FailureMessage::help);
+    App.failure_message([](const CLI::App* pApp, const CLI::Error& Error) {
+        return "ERROR: " + Error.get_name() + ": " + Harmless(Error.what()) + '\n' + pApp->help();
+    });
     App.require_subcommand(1);
     App.footer(lpszFooter);
     AddReport(App);
@@ -59,12 +66,15 @@ int Run(std::span<char*> Arguments)
     {
         nStatus = Failed.get_exit_code(); // shown already
     }
+    catch (const CLI::RequiredError& Error)
+    {
+        const auto Unknown = App.remaining(true); // its first word is wrong, rather than that another lacks
+        nStatus = Unknown.empty() ? WrongUsage(App, Error, Arguments)
+                                  : WrongUsage(App, CLI::ExtrasError(std::vector{Unknown.front()}), Arguments);
+    }
     catch (const CLI::ParseError& Error)
     {
-        const auto IsJson = [](const char* lpszArgument) {
-            return std::string_view(lpszArgument) == "--json";
-        };
-        nStatus = WrongUsage(App, Error, std::any_of(Arguments.begin(), Arguments.end(), IsJson));
+        nStatus = WrongUsage(App, Error, Arguments);
     }
     if (!std::cout.flush())
         throw std::runtime_error("the output could not be written");

@@ -2,8 +2,8 @@
 """Runs a command on a terminal of its own: terminal.py STEP... -- COMMAND...
 
 Steps, one after the other: see:REGEX waits for output, type:TEXT types it (\\t and the like are understood), size:80x24
-changes the size, signal:NAME sends a signal to the command, and show:REGEX shows what the regular expression's group
-holds. At the end the command has some seconds to end; then shows how it ended, and whether the terminal is as it was.
+changes the size, signal:NAME sends a signal to the command, show:REGEX shows what the regular expression's group
+holds, and hang:up takes the terminal away. At the end the command has some seconds to end; then shows how it ended, and whether the terminal is as it was.
 """
 import fcntl
 import os
@@ -75,6 +75,9 @@ for step in steps:
         resize(*text.split("x"))
     elif name == "signal":
         os.kill(child, getattr(signal, "SIG" + text))
+    elif name == "hang":
+        os.close(terminal)
+        terminal = os.pipe()[0]  # says nothing
 start = time.monotonic()
 status = None
 while status is None and time.monotonic() < start + SECONDS:
