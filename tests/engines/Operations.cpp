@@ -215,8 +215,9 @@ const std::vector<FAILURE>& Failures()
 
 namespace
 {
-std::optional<CTempFolder> Folder;
-std::optional<CFakeTools> Tools;
+// Never destroyed: a child process that ends would remove the folders.
+auto& Folder = *new std::optional<CTempFolder>;
+auto& Tools = *new std::optional<CFakeTools>;
 } // namespace
 
 CMachine::CMachine(int nThreads)
