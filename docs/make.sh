@@ -6,7 +6,7 @@
 set -eu
 SOURCE=$1 DOXYFILE=$2 OUT=$3 VERSION=$4 TOOL=${5-}
 
-rm -rf "$OUT/doc/html" "$OUT/doc/xml" "$OUT/man"
+rm -rf "$OUT/doc/html" "$OUT/doc/xml" "$OUT/man/man3" "$OUT/man/man7"
 mkdir -p "$OUT/doc" "$OUT/man/man1"
 {
     cat "$DOXYFILE"

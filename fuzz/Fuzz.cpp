@@ -3,14 +3,17 @@
 
 #include <cerrno>
 #include <clocale>
+#include <cstdarg>
 #include <cstring>
+#include <fcntl.h>
 #include <locale.h>
 #include <unistd.h>
 
 namespace
 {
 std::vector<std::pair<const char*, std::string>> GivenTexts;
-std::string_view Unread; // of the command that runs
+std::string_view Unread; // of the command that runs, or of the file that is open
+int nOpened = -1;        // that file
 unsigned nPortions = 0;
 
 /// A stream that only has a descriptor: what is read from it comes from Unread.
@@ -65,23 +68,29 @@ bool IsCharacter(wchar_t chText)
 void GiveTexts(std::vector<std::pair<const char*, std::string>> Texts, unsigned nChunks)
 {
     GivenTexts = std::move(Texts);
+    nOpened = -1;
     nPortions = nChunks;
 }
 
 // The linker puts these in the place of the C library's (option --wrap).
 extern "C"
 {
-FILE* __real_fopen(const char* lpszPath, const char* lpszMode);
+int __real_open(const char* lpszPath, int nFlags, ...);
 FILE* __real_popen(const char* lpszCmd, const char* lpszMode);
 int __real_pclose(FILE* pPipe);
 ssize_t __real_read(int nFile, void* pBuffer, std::size_t nSize);
 
-FILE* __wrap_fopen(const char* lpszPath, const char* lpszMode)
+int __wrap_open(const char* lpszPath, int nFlags, ...)
 {
+    va_list Mode;
+    va_start(Mode, nFlags);
+    const mode_t nMode = (nFlags & O_CREAT) != 0 ? va_arg(Mode, mode_t) : 0;
+    va_end(Mode);
     if (GivenTexts.empty())
-        return __real_fopen(lpszPath, lpszMode);
-    const std::string_view Text = TextFor(lpszPath);
-    return fmemopen(const_cast<char*>(Text.data()), Text.size(), "r");
+        return __real_open(lpszPath, nFlags, nMode);
+    Unread = TextFor(lpszPath);
+    nOpened = dup(fileno(Pipe()));
+    return nOpened;
 }
 
 FILE* __wrap_popen(const char* lpszCmd, const char* lpszMode)
@@ -99,7 +108,7 @@ int __wrap_pclose(FILE* pPipe)
 
 ssize_t __wrap_read(int nFile, void* pBuffer, std::size_t nSize)
 {
-    if (GivenTexts.empty() || nFile != fileno(Pipe()))
+    if (GivenTexts.empty() || (nFile != fileno(Pipe()) && nFile != nOpened))
         return __real_read(nFile, pBuffer, nSize);
     nPortions = nPortions * 1103515245U + 12345U;
     if (nPortions >> 24 < 32)

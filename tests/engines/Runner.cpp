@@ -148,7 +148,7 @@ void CRunner::Await(int nPid)
 
 void CRunner::Trace(int nPid, const PLAN& st_Plan)
 {
-    const auto m_Register = [nPid](int nRegister) {
+    const auto m_Register = [](int nRegister) {
         return reinterpret_cast<void*>(static_cast<long>(sizeof(long)) * nRegister);
     };
     std::map<long, int> Calls;

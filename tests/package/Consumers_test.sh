@@ -53,5 +53,6 @@ for place in installed moved; do
         (cd "$TREE/share" && cat bash-completion/completions/systemapi zsh/site-functions/_systemapi \
             fish/vendor_completions.d/systemapi.fish >"$PLACE/completions")
         for shell in bash zsh fish; do "$TREE/bin/systemapi" completions $shell; done | cmp - "$PLACE/completions"
+        if command -v python3 >/dev/null; then grep -q 'report' "$TREE/share/man/man1/systemapi.1"; fi
     fi
 done
