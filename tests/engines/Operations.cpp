@@ -137,6 +137,12 @@ void LogStrangerIn()
     fs::create_directory("/proc/0"); // what is read where a stat entry tells nothing
     std::ofstream("/proc/0/loginuid") << 4'242'424;
 }
+void LengthenVendor() // beyond what is read at once
+{
+    FakeProcesses();
+    std::ofstream("/proc/cpuinfo") << "processor\t: 0\nvendor_id\t: " << std::string(2000, 'V')
+                                   << "\n3\n4\n: \n6\n7\n8\n";
+}
 void LeapToTheEndOfTime()
 {
     StandIns().Time = std::numeric_limits<std::time_t>::max;
@@ -215,8 +221,9 @@ const std::vector<FAILURE>& Failures()
 
 namespace
 {
-std::optional<CTempFolder> Folder;
-std::optional<CFakeTools> Tools;
+// Never destroyed: a child process that ends would remove the folders.
+auto& Folder = *new std::optional<CTempFolder>;
+auto& Tools = *new std::optional<CFakeTools>;
 } // namespace
 
 CMachine::CMachine(int nThreads)
