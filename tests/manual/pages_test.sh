@@ -26,6 +26,7 @@ make_manual() { # SOURCE [TOOL]
 
 make_manual "$SOURCE" "$TOOL" || { cat "$PLACE/log"; fail "the manual cannot be made"; }
 [ -f "$PLACE/out/doc/html/index.html" ] || fail "no HTML"
+! grep -rqF "$SOURCE" "$PLACE/out" || fail "the manual tells where it was made"
 cd "$PLACE/out/man"
 pages=0
 for page in man*/*; do
