@@ -3,7 +3,8 @@
 
 Steps, one after the other: see:REGEX waits for output, type:TEXT types it (\\t and the like are understood), size:80x24
 changes the size, signal:NAME sends a signal to the command, show:REGEX shows what the regular expression's group
-holds, and hang:up takes the terminal away. At the end the command has some seconds to end; then shows how it ended, and whether the terminal is as it was.
+holds, and hang:up takes the terminal away. At the end the command has some seconds to end; then shows how it ended, and
+whether the terminal is as it was.
 """
 import fcntl
 import os
@@ -52,12 +53,15 @@ def wait_for(expression):
 
 split = sys.argv.index("--")
 steps, command = sys.argv[1:split], sys.argv[split + 1:]
+looked, look = os.pipe()  # both close when the command begins
 child, terminal = pty.fork()
 if child == 0:
+    os.read(looked, 1)
     os.environ["TERM"] = "xterm"
     os.execvp(command[0], command)
 before = termios.tcgetattr(terminal)
 resize(80, 24)
+os.write(look, b"!")
 output = ""
 seen = 0
 for step in steps:
