@@ -35,9 +35,10 @@ int CFolderWalk::Enter(int nParent, const char* lpszFolder, int nFlags)
     CDescriptor m_Descriptor(openat(nParent, lpszFolder, O_RDONLY | O_DIRECTORY | O_CLOEXEC | nFlags));
     if (!m_Descriptor)
         return errno == EACCES ? 0 : errno;
-    const std::size_t nBegin = m_Folders.empty() ? 0 : m_Folders.back().nEnd;
+    if (m_Blocks.size() == m_Folders.size())
+        m_Blocks.push_back(std::make_unique_for_overwrite<char[]>(nReadSize));
     const std::size_t nName = m_Path.size() + (m_Path.ends_with('/') ? 0 : 1);
-    m_Folders.push_back({std::move(m_Descriptor), nName, nBegin, nBegin, nBegin});
+    m_Folders.push_back({std::move(m_Descriptor), nName, nullptr, nullptr});
     return 0;
 }
 
@@ -68,10 +69,10 @@ bool CFolderWalk::IsToBeEntered() const
 
 bool CFolderWalk::MeetNext(FOLDER& st_Folder)
 {
-    while (st_Folder.nNext < st_Folder.nEnd || Read(st_Folder))
+    while (st_Folder.pNext != st_Folder.pEnd || Read(st_Folder))
     {
-        const auto& st_Entry = *reinterpret_cast<const dirent64*>(&m_Entries[st_Folder.nNext]);
-        st_Folder.nNext += st_Entry.d_reclen;
+        const auto& st_Entry = *reinterpret_cast<const dirent64*>(st_Folder.pNext);
+        st_Folder.pNext += st_Entry.d_reclen;
         const std::string_view Entry = st_Entry.d_name;
         if (st_Entry.d_ino == 0 || Entry == "." || Entry == "..") // 0: deleted meanwhile
             continue;
@@ -93,13 +94,12 @@ bool CFolderWalk::MeetNext(FOLDER& st_Folder)
 /// Reads on in the folder that was entered last. False at its end.
 bool CFolderWalk::Read(FOLDER& st_Folder)
 {
-    if (m_Entries.size() < st_Folder.nBegin + nReadSize)
-        m_Entries.resize(st_Folder.nBegin + nReadSize);
-    const ssize_t nRead = getdents64(st_Folder.m_Descriptor.Get(), &m_Entries[st_Folder.nBegin], nReadSize);
+    char* const pBlock = m_Blocks[m_Folders.size() - 1].get();
+    const ssize_t nRead = getdents64(st_Folder.m_Descriptor.Get(), pBlock, nReadSize);
     if (nRead > 0)
     {
-        st_Folder.nNext = st_Folder.nBegin;
-        st_Folder.nEnd = st_Folder.nBegin + static_cast<std::size_t>(nRead);
+        st_Folder.pNext = pBlock;
+        st_Folder.pEnd = pBlock + nRead;
         return true;
     }
     const int nError = errno;

@@ -6,6 +6,7 @@
 
 #include <cstddef>
 #include <filesystem>
+#include <memory>
 #include <string>
 #include <string_view>
 #include <vector>
@@ -30,14 +31,13 @@ public:
     void StayOut() noexcept { m_bMayEnter = false; }
 
 private:
-    /// An open folder. What was read of it and is still to be met lies in m_Entries, behind that of its parent.
+    /// An open folder, and what was read of it and is still to be met: a piece of its level's block.
     struct FOLDER
     {
         CDescriptor m_Descriptor;
-        std::size_t nName;  // where in m_Path the names of its entries begin
-        std::size_t nBegin; // in m_Entries
-        std::size_t nNext;
-        std::size_t nEnd;
+        std::size_t nName; // where in m_Path the names of its entries begin
+        const char* pNext;
+        const char* pEnd;
     };
 
     int Enter(int nParent, const char* lpszFolder, int nFlags);
@@ -51,6 +51,6 @@ private:
     unsigned char m_chKind = 0; // as the operating system gives it
     bool m_bFolder = false;
     bool m_bMayEnter = false;
-    std::vector<FOLDER> m_Folders; // from the top to the one that is being read
-    std::vector<char> m_Entries;
+    std::vector<FOLDER> m_Folders;                 // from the top to the one that is being read
+    std::vector<std::unique_ptr<char[]>> m_Blocks; // one for each level; those below stay for the next folder
 };
