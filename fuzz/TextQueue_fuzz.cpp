@@ -3,12 +3,12 @@
 
 #include "SystemApi_File/TextQueue.h"
 
-/// Rounds of the same texts, so that a short input fills more than one piece.
+/// Rounds of the same texts, so that a short input fills more than one piece. Three each begin alike.
 template <typename Char>
 static void Check(const std::vector<std::size_t>& Lengths, std::size_t nRounds)
 {
     const auto m_Text = [&](std::size_t nText) {
-        return std::basic_string<Char>(Lengths[nText % Lengths.size()], static_cast<Char>('!' + nText % 90));
+        return std::basic_string<Char>(Lengths[nText % Lengths.size()], static_cast<Char>('!' + nText / 3 % 90));
     };
     const std::size_t nTexts = nRounds * Lengths.size();
     CTextQueue<Char> m_Queue;
