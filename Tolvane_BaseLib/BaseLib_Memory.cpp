@@ -9,10 +9,10 @@
 #include <sys/mman.h>
 
 // Functions that only a program under the address sanitizer, or under valgrind, has.
-// NOLINTBEGIN(bugprone-reserved-identifier,cert-dcl37-c,cert-dcl51-cpp)
+// NOLINTBEGIN(bugprone-reserved-identifier)
 extern "C" [[gnu::weak]] void __asan_init();
 extern "C" [[gnu::weak]] void _vgnU_freeres();
-// NOLINTEND(bugprone-reserved-identifier,cert-dcl37-c,cert-dcl51-cpp)
+// NOLINTEND(bugprone-reserved-identifier)
 
 namespace
 {
