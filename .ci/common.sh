@@ -7,6 +7,7 @@ PACKAGES="build-essential cmake libcli11-dev libgtest-dev libgmock-dev libncurse
           nlohmann-json3-dev pkg-config procps"
 
 JOBS=$(nproc)
+TESTS=$((2 * JOBS)) # at a time, as many of them wait
 LOG=$(mktemp)
 trap 'rm -f "$LOG"' EXIT
 trap 'exit 130' INT
