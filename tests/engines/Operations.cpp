@@ -348,6 +348,13 @@ bool Call(const OPERATION& st_Operation, OUTPUTS& st_Out, bool bMember)
     return bResult;
 }
 
+void WarmUp(const OPERATION& st_Operation)
+{
+    OUTPUTS st_Out;
+    if (!st_Operation.pfnMachine && !st_Operation.bStarts)
+        Call(st_Operation, st_Out);
+}
+
 std::string Difference(const OUTPUTS& st_First, const OUTPUTS& st_Second)
 {
     const auto* const pFirst = reinterpret_cast<const unsigned char*>(&st_First);
