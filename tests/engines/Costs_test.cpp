@@ -21,6 +21,7 @@
 #include <sys/mount.h>
 #include <sys/wait.h>
 #include <unistd.h>
+#include <utility>
 
 namespace fs = std::filesystem;
 
@@ -61,26 +62,15 @@ void ListProcesses(const char* lpszFolder, OUTPUTS& st_Out)
     umount2("/proc", MNT_DETACH);
 }
 
-struct COSTS
-{
-    long nSystemCalls;
-    long nAllocations;
-
-    bool operator==(const COSTS&) const = default;
-    friend std::ostream& operator<<(std::ostream& Stream, const COSTS& st_Costs)
-    {
-        return Stream << st_Costs.nSystemCalls << " system calls and " << st_Costs.nAllocations << " allocations";
-    }
-};
-
-using CALL = bool (*)(OUTPUTS& st_Out);
+using COSTS = std::pair<long, long>; ///< system calls and allocations
+using PFN_CALL = decltype(OPERATION::pfnCall);
 
 const struct ROW
 {
     const char* lpszName;
-    CALL pfnCall; ///< null: the operation's
-    CALL pfnBare; ///< what it is compared with
-    COSTS st_Besides;
+    PFN_CALL pfnCall; ///< null: the operation's
+    PFN_CALL pfnBare; ///< what it is compared with
+    COSTS Expected;   ///< besides
 } st_Rows[] = {
 #define BODY(Statements)                                                                                             \
     []([[maybe_unused]] OUTPUTS& st_Out) -> bool {                                                                   \
@@ -124,10 +114,15 @@ void HoldStill()
     };
 }
 
-void Write(const std::string& Path, std::string_view Text)
+void Write(const std::string& Path, const std::string& Text)
 {
     fs::create_directories(fs::path("./" + Path).parent_path());
     std::ofstream(Path) << Text;
+}
+void WriteMany(int nFiles, const std::string& Beginning, const std::string& End = "")
+{
+    for (int nFile = 1000; nFile < 1000 + nFiles; ++nFile)
+        Write(Beginning + std::to_string(nFile) + End, "program");
 }
 
 /// Called by their sizes.
@@ -136,30 +131,20 @@ void MakeFiles()
     std::string Lines;
     while (Lines.size() < 576 << 10)
         Lines += std::string(63, 'x') + '\n';
-    Write("4 lines", "1\n2\n3\n4\n");
-    Write("1 line", std::string(16'000, 'x'));
-    Write("250 lines", Lines.substr(0, 16'000));
-    Write("64 KiB", Lines.substr(0, 64 << 10));
     Write("576 KiB", Lines);
-    for (int nNew = 0; nNew < 2000; ++nNew)
-    {
-        const std::string Name = "/a-name-of-usual-length." + std::to_string(1000 + nNew);
-        Write("2000 files" + Name, "");
-        if (nNew < 1000)
-            Write("1000 files" + Name, "");
-        if (nNew < 200)
-            fs::create_directories("200 folders" + Name);
-        if (nNew < 100)
-            fs::create_directories("100 folders" + Name);
-        const std::string Process = " processes/" + std::to_string(1000 + nNew) + "/cmdline";
-        if (nNew < 13)
-            Write("13" + Process, "program");
-        if (nNew < 3)
-            Write("3" + Process, "program");
-    }
+    Write("64 KiB", Lines.substr(0, 64 << 10));
+    Write("250 lines", Lines.substr(0, 16'000));
+    Write("1 line", std::string(16'000, 'x'));
+    Write("4 lines", "1\n2\n3\n4\n");
+    WriteMany(1000, "1000 files/a-name-of-usual-length.");
+    WriteMany(2000, "2000 files/a-name-of-usual-length.");
+    WriteMany(1000, "1000 folders/a-name-of-usual-length.", "/file");
+    WriteMany(2000, "2000 folders/a-name-of-usual-length.", "/file");
+    WriteMany(3, "3 processes/", "/cmdline");
+    WriteMany(13, "13 processes/", "/cmdline");
 }
 
-COSTS Measure(CRunner& m_Runner, OPERATION st_Operation, CALL pfnCall)
+COSTS Measure(CRunner& m_Runner, OPERATION st_Operation, PFN_CALL pfnCall)
 {
     st_Operation.pfnCall = pfnCall;
     unsetenv("CHILD"); // an earlier row's
@@ -188,13 +173,11 @@ TEST(Engine, Costs)
             ASSERT_STREQ(st_Row.lpszName, st_Operation.lpszName)
                 << "no row, or in another place than the operation's";
             ASSERT_TRUE(st_Operation.pfnCall) << st_Row.lpszName << " has a row and is no operation";
-            const COSTS st_All = Measure(m_Runner, st_Operation, st_Operation.pfnCall);
-            const COSTS st_Bare = Measure(m_Runner, st_Operation, st_Row.pfnBare);
-            const COSTS st_Besides = {st_All.nSystemCalls - st_Bare.nSystemCalls,
-                                      st_All.nAllocations - st_Bare.nAllocations};
-            if (st_Besides != st_Row.st_Besides)
-                ADD_FAILURE() << st_Row.lpszName << ": expected " << st_Row.st_Besides << ", measured " << st_Besides
-                              << ", besides " << st_Bare;
+            const COSTS Whole = Measure(m_Runner, st_Operation, st_Operation.pfnCall);
+            const COSTS Bare = Measure(m_Runner, st_Operation, st_Row.pfnBare);
+            const COSTS Measured(Whole.first - Bare.first, Whole.second - Bare.second);
+            EXPECT_EQ(Measured, st_Row.Expected)
+                << st_Row.lpszName << ": system calls and allocations, besides " << testing::PrintToString(Bare);
         }
         EXPECT_GE(nRow, nOperations) << "operations without a row";
         std::cout << "engine costs: " << nOperations << " rows, and " << nRow - nOperations << " other calls\n";
