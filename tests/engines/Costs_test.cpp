@@ -85,9 +85,9 @@ const struct ROW
 /// What differs between machines and between runs costs the same in all.
 void HoldStill()
 {
-    mallopt(M_MMAP_MAX, 0); // the heap has room before anything is counted
+    mallopt(M_MMAP_MAX, 0); // so that the next large block gives the heap room for all of them
+    mallopt(M_TOP_PAD, 64 << 20);
     mallopt(M_TRIM_THRESHOLD, 1 << 30);
-    free(malloc(64 << 20));
     sigset_t ChildEnded; // the signal would make a call begin anew
     sigemptyset(&ChildEnded);
     sigaddset(&ChildEnded, SIGCHLD);
@@ -114,34 +114,34 @@ void HoldStill()
     };
 }
 
-void Write(const std::string& Path, const std::string& Text)
-{
-    fs::create_directories(fs::path("./" + Path).parent_path());
-    std::ofstream(Path) << Text;
-}
-void WriteMany(int nFiles, const std::string& Beginning, const std::string& End = "")
+/// Files whose paths differ in a number.
+void Write(int nFiles, const std::string& Beginning, const std::string& End = "")
 {
     for (int nFile = 1000; nFile < 1000 + nFiles; ++nFile)
-        Write(Beginning + std::to_string(nFile) + End, "program");
+    {
+        const std::string Path = Beginning + std::to_string(nFile) + End;
+        fs::create_directories(fs::path(Path).parent_path());
+        std::ofstream(Path) << "program";
+    }
 }
 
 /// Called by their sizes.
 void MakeFiles()
 {
     std::string Lines;
-    while (Lines.size() < 576 << 10)
+    while (Lines.size() < 576 << 10) // the large block
         Lines += std::string(63, 'x') + '\n';
-    Write("576 KiB", Lines);
-    Write("64 KiB", Lines.substr(0, 64 << 10));
-    Write("250 lines", Lines.substr(0, 16'000));
-    Write("1 line", std::string(16'000, 'x'));
-    Write("4 lines", "1\n2\n3\n4\n");
-    WriteMany(1000, "1000 files/a-name-of-usual-length.");
-    WriteMany(2000, "2000 files/a-name-of-usual-length.");
-    WriteMany(1000, "1000 folders/a-name-of-usual-length.", "/file");
-    WriteMany(2000, "2000 folders/a-name-of-usual-length.", "/file");
-    WriteMany(3, "3 processes/", "/cmdline");
-    WriteMany(13, "13 processes/", "/cmdline");
+    std::ofstream("576 KiB") << Lines;
+    std::ofstream("64 KiB") << Lines.substr(0, 64 << 10);
+    std::ofstream("250 lines") << Lines.substr(0, 16'000);
+    std::ofstream("1 line") << std::string(16'000, 'x');
+    std::ofstream("4 lines") << "1\n2\n3\n4\n";
+    Write(1000, "1000 files/a-name-of-usual-length.");
+    Write(2000, "2000 files/a-name-of-usual-length.");
+    Write(1000, "1000 folders/a-name-of-usual-length.", "/file");
+    Write(2000, "2000 folders/a-name-of-usual-length.", "/file");
+    Write(3, "3 processes/", "/cmdline");
+    Write(13, "13 processes/", "/cmdline");
 }
 
 COSTS Measure(CRunner& m_Runner, OPERATION st_Operation, PFN_CALL pfnCall)

@@ -63,10 +63,7 @@ PASS_ON(int, sched_setaffinity, (pid_t nPid, std::size_t nSize, const cpu_set_t*
 FILE* popen(const char* lpszCmd, const char* lpszMode)
 {
     if (StandIns().Popen && !StandIns().Popen(lpszCmd))
-    {
-        errno = EMFILE;
-        return nullptr;
-    }
+        return errno = EMFILE, nullptr;
     FILE* const pOutput = REAL(popen)(lpszCmd, lpszMode);
     if (pOutput && StandIns().Opened)
         StandIns().Opened(pOutput);
