@@ -102,7 +102,6 @@ void StartChild()
         alarm(60); // the end, should nobody stop it
         sigset_t None;
         sigemptyset(&None);
-        signal(SIGINT, SIG_DFL);
         signal(SIGALRM, SIG_DFL);
         sigprocmask(SIG_SETMASK, &None, nullptr);
         for (;;)
@@ -228,6 +227,7 @@ auto& Tools = *new std::optional<CFakeTools>;
 
 CMachine::CMachine(int nThreads)
 {
+    signal(SIGINT, SIG_DFL); // ignored in the background: a child would miss one that comes early
     Folder.emplace();
     Tools.emplace();
     setenv("TZ", "UTC", 1);             // which a zone that cannot be read is, too
