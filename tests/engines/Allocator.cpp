@@ -16,12 +16,14 @@
 namespace
 {
 std::atomic<long> nCountdown = 0; // to the next refusal
+std::atomic<long> nAsked = 0;
 std::atomic<long> nRefused = 0;
 std::atomic<long> nLive = 0;
 std::atomic<bool> bForever = false;
 
 bool Refuses() noexcept
 {
+    ++nAsked;
     if (nCountdown == 0 || (--nCountdown != 0))
         return false;
     nCountdown = bForever ? 1 : 0;
@@ -39,6 +41,7 @@ void* Count(void* pBlock) noexcept
 
 void RefuseAllocation(long nWhich, bool bForGood) noexcept
 {
+    nAsked = 0;
     nRefused = 0;
     bForever = bForGood;
     nCountdown = nWhich;
@@ -47,6 +50,10 @@ long AllocationsRefused() noexcept
 {
     nCountdown = 0;
     return nRefused;
+}
+long AllocationsAsked() noexcept
+{
+    return nAsked;
 }
 long LiveBlocks() noexcept
 {

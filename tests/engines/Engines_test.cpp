@@ -252,29 +252,13 @@ unsigned Seed()
 /// Undisturbed, and without fault: what the other runs are compared with.
 OUTCOME Undisturbed(CRunner& m_Runner, const OPERATION& st_Operation)
 {
-    if (!st_Operation.pfnMachine && !st_Operation.bStarts) // what the C library keeps from a first call on
-    {
-        OUTPUTS st_Out;
-        Call(st_Operation, st_Out);
-    }
+    WarmUp(st_Operation);
     const OUTCOME st_Reference = m_Runner.Run(st_Operation, {});
     EXPECT_EQ(Judge(st_Operation, {}, st_Reference, st_Reference), "") << m_Runner.Complaint();
     EXPECT_TRUE(Succeeded(st_Reference)) << Show(st_Reference);
     EXPECT_EQ(Judge(st_Operation, {}, m_Runner.Run(st_Operation, {}), st_Reference), "")
         << "differs from call to call";
     return st_Reference;
-}
-
-/// In a sandbox, with the machine that the operations work on.
-void RunTraced(void (*pfnBody)(CRunner& m_Runner))
-{
-    if (!CRunner::MayTrace())
-        return SkipBecause("this machine does not let a process trace its child");
-    RunSandboxed([pfnBody] {
-        const CMachine m_Machine;
-        CRunner m_Runner;
-        pfnBody(m_Runner);
-    });
 }
 
 TEST(Engine, Allocations)

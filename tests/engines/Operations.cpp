@@ -102,7 +102,6 @@ void StartChild()
         alarm(60); // the end, should nobody stop it
         sigset_t None;
         sigemptyset(&None);
-        signal(SIGINT, SIG_DFL);
         signal(SIGALRM, SIG_DFL);
         sigprocmask(SIG_SETMASK, &None, nullptr);
         for (;;)
@@ -228,6 +227,7 @@ auto& Tools = *new std::optional<CFakeTools>;
 
 CMachine::CMachine(int nThreads)
 {
+    signal(SIGINT, SIG_DFL); // ignored in the background: a child would miss one that comes early
     Folder.emplace();
     Tools.emplace();
     setenv("TZ", "UTC", 1);             // which a zone that cannot be read is, too
@@ -346,6 +346,13 @@ bool Call(const OPERATION& st_Operation, OUTPUTS& st_Out, bool bMember)
     Flatten(st_Operation, st_Out);
     EndChild();
     return bResult;
+}
+
+void WarmUp(const OPERATION& st_Operation)
+{
+    OUTPUTS st_Out;
+    if (!st_Operation.pfnMachine && !st_Operation.bStarts)
+        Call(st_Operation, st_Out);
 }
 
 std::string Difference(const OUTPUTS& st_First, const OUTPUTS& st_Second)

@@ -123,6 +123,7 @@ void Prepare(const OPERATION& st_Operation); ///< what a row says must come befo
 void Flatten(const OPERATION& st_Operation, OUTPUTS& st_Out); ///< turns tables, files and children into text
 void EndChild();                                              ///< of a row that prepared one
 bool Call(const OPERATION& st_Operation, OUTPUTS& st_Out, bool bMember = false); ///< all of it
+void WarmUp(const OPERATION& st_Operation); ///< calls it where that leaves nothing but what the C library keeps
 
 /// Where the outputs first differ; empty where they are the same.
 std::string Difference(const OUTPUTS& st_First, const OUTPUTS& st_Second);

@@ -1,6 +1,8 @@
 // SPDX-License-Identifier: MIT
 #include "Runner.h"
 
+#include "Sandbox.h"
+
 #include <array>
 #include <csignal>
 #include <cstdlib>
@@ -78,15 +80,6 @@ CRunner::~CRunner()
     close(m_nErrors);
 }
 
-bool CRunner::MayTrace()
-{
-    const pid_t nPid = _Fork();
-    if (nPid == 0)
-        _exit(ptrace(PTRACE_TRACEME) == 0 ? 0 : 1);
-    int nStatus = 0;
-    return waitpid(nPid, &nStatus, 0) == nPid && nStatus == 0;
-}
-
 void CRunner::RunInChild(const OPERATION& st_Operation, const PLAN& st_Plan)
 {
     dup2(m_nErrors, STDERR_FILENO);
@@ -126,6 +119,7 @@ void CRunner::RunInChild(const OPERATION& st_Operation, const PLAN& st_Plan)
     {
         enHow = OUTCOME::enOtherException;
     }
+    const long nAllocations = AllocationsAsked();
     const long nRefused = AllocationsRefused();
     syscall(nEndMark);
     const bool bFork = getpid() != nSelf;
@@ -138,6 +132,7 @@ void CRunner::RunInChild(const OPERATION& st_Operation, const PLAN& st_Plan)
     pSt_Outcome->bFlag = SystemApi_IsErrorOccur;
     pSt_Outcome->dwCode = SystemApi_dwErrorCode;
     pSt_Outcome->nErrno = nErrno;
+    pSt_Outcome->nAllocations = nAllocations;
     pSt_Outcome->nRefused = nRefused;
     pSt_Outcome->bSignals = !st_After.SameSignals(st_Before);
     pSt_Outcome->nDescriptors = st_After.nDescriptors - st_Before.nDescriptors;
@@ -248,4 +243,19 @@ std::string CRunner::Complaint() const
     char tszText[4000] = {};
     const ssize_t nRead = pread(m_nErrors, tszText, sizeof(tszText) - 1, 0);
     return "status " + std::to_string(m_nStatus) + (nRead > 0 ? std::string(": ") + tszText : "");
+}
+
+void RunTraced(void (*pfnBody)(CRunner& m_Runner))
+{
+    const pid_t nPid = _Fork();
+    if (nPid == 0)
+        _exit(ptrace(PTRACE_TRACEME) == 0 ? 0 : 1);
+    int nStatus = 0;
+    if (waitpid(nPid, &nStatus, 0) != nPid || nStatus != 0)
+        return SkipBecause("this machine does not let a process trace its child");
+    RunSandboxed([pfnBody] {
+        const CMachine m_Machine;
+        CRunner m_Runner;
+        pfnBody(m_Runner);
+    });
 }

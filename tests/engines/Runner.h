@@ -12,6 +12,7 @@
 void RefuseAllocation(long nWhich, bool bForGood) noexcept;
 /// Ends it, and tells how many were refused.
 long AllocationsRefused() noexcept;
+long AllocationsAsked() noexcept; ///< since RefuseAllocation
 long LiveBlocks() noexcept;
 
 struct PLAN
@@ -36,7 +37,8 @@ struct OUTCOME
     bool bFlag;
     unsigned long dwCode;
     int nErrno;         ///< of the exception, where one was raised
-    long nRefused;      ///< allocations
+    long nAllocations;  ///< asked for
+    long nRefused;      ///< of them
     unsigned dwReached; ///< bit n: the plan's n-th fault came to pass
     long nBlocks;       ///< lost
     int nDescriptors;   ///< lost
@@ -52,7 +54,6 @@ public:
     CRunner();
     ~CRunner();
     CRunner& operator=(CRunner&&) = delete;
-    static bool MayTrace(); ///< whether the machine lets a child be traced
 
     /// The outcome lives until the next run.
     const OUTCOME& Run(const OPERATION& st_Operation, const PLAN& st_Plan);
@@ -71,3 +72,6 @@ private:
     int m_nStatus = 0;
     std::map<long, int> m_Calls;
 };
+
+/// In a sandbox, with the machine that the operations work on; skips the test where no child may be traced.
+void RunTraced(void (*pfnBody)(CRunner& m_Runner));

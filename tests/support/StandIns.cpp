@@ -2,7 +2,6 @@
 #include "StandIns.h"
 
 #include <cerrno>
-#include <cstdio>
 #include <dlfcn.h>
 #include <gtest/gtest.h>
 #include <unistd.h>
@@ -63,10 +62,12 @@ PASS_ON(int, sched_setaffinity, (pid_t nPid, std::size_t nSize, const cpu_set_t*
 
 FILE* popen(const char* lpszCmd, const char* lpszMode)
 {
-    if (!StandIns().Popen || StandIns().Popen(lpszCmd))
-        return REAL(popen)(lpszCmd, lpszMode);
-    errno = EMFILE;
-    return nullptr;
+    if (StandIns().Popen && !StandIns().Popen(lpszCmd))
+        return errno = EMFILE, nullptr;
+    FILE* const pOutput = REAL(popen)(lpszCmd, lpszMode);
+    if (pOutput && StandIns().Opened)
+        StandIns().Opened(pOutput);
+    return pOutput;
 }
 
 std::time_t time(std::time_t* pTime) noexcept

@@ -4,6 +4,7 @@
 #pragma once
 
 #include <csignal>
+#include <cstdio>
 #include <ctime>
 #include <functional>
 #include <sched.h>
@@ -24,6 +25,7 @@ struct STAND_INS
     std::set<pid_t> Own; // the processes that the test itself started: these may be signalled for real
     // For real without a stand-in.
     std::function<bool(const char*)> Popen; // sees each command; false refuses it with EMFILE
+    std::function<void(FILE*)> Opened;      // sees its output before anybody reads it
     std::function<pid_t()> Fork;
     std::function<int(int, const struct sigaction*, struct sigaction*)> SigAction;
     std::function<int(int, const sigset_t*, sigset_t*)> SigProcMask;
