@@ -69,7 +69,7 @@ bool CFolderWalk::IsToBeEntered() const
 
 bool CFolderWalk::MeetNext(FOLDER& st_Folder)
 {
-    while (st_Folder.pNext != st_Folder.pEnd || Read(st_Folder))
+    while (st_Folder.pNext < st_Folder.pEnd || Read(st_Folder))
     {
         const auto& st_Entry = *reinterpret_cast<const dirent64*>(st_Folder.pNext);
         st_Folder.pNext += st_Entry.d_reclen;

@@ -39,11 +39,11 @@ public:
         const std::size_t nSize = sizeof(st_Record) + Rest.size() * sizeof(Char);
         while (m_nRoom - m_nEnd < nSize)
             Grow();
+        m_Text.resize(nShared); // before the record: where this raises, the queue is as it was
+        m_Text += Rest;
         std::memcpy(m_pRecords + m_nEnd, &st_Record, sizeof(st_Record));
         std::memcpy(m_pRecords + m_nEnd + sizeof(st_Record), Rest.data(), Rest.size() * sizeof(Char));
         m_nEnd += nSize;
-        m_Text.resize(nShared);
-        m_Text += Rest;
         m_nLongest = std::max(m_nLongest, Text.size());
         ++m_nCount;
     }
@@ -57,7 +57,7 @@ public:
         }
         RECORD st_Record;
         std::memcpy(&st_Record, m_pRecords + m_nNext, sizeof(st_Record));
-        m_Text.resize(st_Record.nShared + st_Record.nRest); // it was as long before: nothing is allocated
+        m_Text.resize(st_Record.nShared + st_Record.nRest); // its memory was enough for every text
         std::memcpy(&m_Text[st_Record.nShared], m_pRecords + m_nNext + sizeof(st_Record),
                     st_Record.nRest * sizeof(Char));
         m_nNext += sizeof(st_Record) + st_Record.nRest * sizeof(Char);
