@@ -23,6 +23,12 @@ extern "C" void* mmap(void* pPlace, std::size_t nSize, int nAccess, int nFlags, 
     void* const pMemory = pfnReal(pPlace, nSize + nShift, nAccess, nFlags, nFile, nOffset);
     return pMemory == MAP_FAILED ? pMemory : static_cast<char*>(pMemory) + nShift;
 }
+/// As on a kernel without huge pages.
+extern "C" int madvise(void*, std::size_t, int) noexcept
+{
+    errno = EINVAL;
+    return -1;
+}
 #endif
 
 namespace
