@@ -165,7 +165,7 @@ TEST(EnumNames, NotUtf8RaisesWhereANameIsConvertedAndOnlyThere)
 {
     // Bytes that begin nothing, a surrogate, forms longer than need be, a value too high, forms cut short.
     for (const std::string Name :
-         {"\xFFz", "\x80z", "\xBF\xBF", "\xF9\x80\x80\x80", "\xED\xA0\x80", "\xC1\xBF", "\xE0\x9F\xBF",
+         {"\xFFz", "\x80z", "\xBF\xBF", "\xF8\x90\x80\x80", "\xED\xA0\x80", "\xC1\xBF", "\xE0\x9F\xBF",
           "\xF0\x8F\xBF\xBF", "\xF4\x90\x80\x80", "\xC3\xC3", "\xF0\x9F\x93"})
     {
         const CTempFolder m_Folder;
@@ -334,5 +334,6 @@ TYPED_TEST(EnumFile, NoEntryIsCutAndNoRowOverrun)
     EXPECT_EQ(*std::next(List.rbegin()), TypeParam::From(Deep));
     const bool bNarrow = std::is_same_v<TypeParam, Narrow>;
     EXPECT_EQ(List.back(), TypeParam::From(bNarrow ? "" : Deep + "/f")) << "more than 1023 bytes, of a tree's file";
+    EXPECT_THAT(this->Rows(TypeParam::From(Deep), true, 1), ElementsAre(List.back())) << "alone";
 }
 } // namespace
