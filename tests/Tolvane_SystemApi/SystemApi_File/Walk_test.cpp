@@ -282,16 +282,16 @@ TEST(TextQueue, GivesOutInOrderWhatFillsManyPiecesAndTheMemoryWithIt)
     EXPECT_THROW(m_Queue.Append({L"", SIZE_MAX / 16}), std::bad_alloc);
     EXPECT_EQ(m_Queue.Count(), nTexts);
     EXPECT_EQ(m_Queue.Longest(), 1003U);
+    const wchar_t* pEarlier = nullptr; // near the end of the second piece
     const wchar_t* pLater = nullptr;
-    const wchar_t* const pFirst = m_Queue.Take().data();
-    for (std::size_t nText = 1; nText < nTexts; ++nText)
+    for (std::size_t nText = 0; nText < nTexts; ++nText)
     {
         const std::wstring_view Text = m_Queue.Take();
         ASSERT_EQ(Text, m_Text(nText));
-        if (nText == 4500)
-            pLater = Text.data();
+        pEarlier = nText == 1950 ? Text.data() : pEarlier;
+        pLater = nText == 4500 ? Text.data() : pLater;
     }
-    EXPECT_EQ(*pFirst, L'\0') << "given back, and so zero";
+    EXPECT_EQ(*pEarlier, L'\0') << "given back, and so zero";
     EXPECT_NE(*pLater, L'\0');
     m_Made.reset();
     void* const pPage = reinterpret_cast<char*>(reinterpret_cast<std::uintptr_t>(pLater) & ~std::uintptr_t{4095});
