@@ -260,11 +260,12 @@ TEST(FolderWalk, GoesDeeperThanAPathMayBeLong)
         fs::current_path(m_Folder.Path());
         for (int nLevel = 0; nLevel < 20 && mkdir(Name.c_str(), 0700) == 0 && chdir(Name.c_str()) == 0; ++nLevel)
         {
-            fs::create_symlink(".", "link"); // whose status cannot be had below a certain depth
-            mknod("file", S_IFREG | 0600, 0);
+            fs::create_symlink(".", "link");            // whose status cannot be had below a certain depth
+            for (int nFile = 100; nFile < 230; ++nFile) // more than is read at once
+                mknod((std::to_string(nFile) + Name.substr(3)).c_str(), S_IFREG | 0600, 0);
         }
         const RESULT Expected = StandardWalk(m_Folder.Path(), true, m_Visit);
-        EXPECT_EQ(Expected.size(), 60U);
+        EXPECT_EQ(Expected.size(), 20 * 132U);
         EXPECT_EQ(OwnWalk(m_Folder.Path(), true, m_Visit), Expected);
     });
 }

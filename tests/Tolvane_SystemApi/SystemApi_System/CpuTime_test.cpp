@@ -11,6 +11,7 @@
 #include <limits>
 #include <malloc.h>
 #include <string>
+#include <unistd.h>
 #include <vector>
 
 namespace
@@ -59,7 +60,8 @@ TEST(CpuSample, LinesAreTakenByPosition)
             Counters += st_Row.Line;
         FakeProcessors(nRows, 1, Counters);
         std::vector<OCCUPY> Occupy(nRows, st_Old);
-        EXPECT_TRUE(m_SystemSdk.SystemApi_System_Get_Occupy(Occupy.data()));
+        SystemApi_IsErrorOccur = true;
+        EXPECT_TRUE(m_SystemSdk.SystemApi_System_Get_Occupy(Occupy.data()) && !SystemApi_IsErrorOccur);
         for (std::size_t nCpu = 0; nCpu < nRows; ++nCpu)
             EXPECT_EQ(Shown(Occupy[nCpu]), st_Rows[nCpu].Element) << st_Rows[nCpu].lpszWhy;
 
@@ -156,6 +158,7 @@ TEST(IdleTime, WholeNumberOfAFraction)
 #include "../../data/System/IdleTimes.inc"
     };
     RunSandboxed([&] {
+        close(STDIN_FILENO); // so that the table's descriptor is 0
         for (const auto& st_Row : st_Rows)
         {
             FakeFile("/proc/stat", st_Row.lpszCounters);
@@ -166,6 +169,7 @@ TEST(IdleTime, WholeNumberOfAFraction)
             EXPECT_EQ(nIdle, st_Row.nIdle) << st_Row.lpszWhy;
             LiftFakes();
         }
+        EXPECT_EQ(close(STDIN_FILENO), -1) << "left open";
     });
 }
 } // namespace
