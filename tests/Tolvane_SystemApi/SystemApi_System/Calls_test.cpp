@@ -154,9 +154,11 @@ TEST(SystemEx, AChildWithoutAShellDoesNotComeBack)
     RunSandboxed([] {
         const CTempFolder m_Folder;
         FakeFile("/bin/sh", "no program");
+        const auto Before = Signals();
         EXPECT_TRUE(SystemApi_System_SystemEx("true", 60));
         std::ofstream(m_Folder / "back", std::ios::app) << getpid();
         EXPECT_EQ(ReadWhole(m_Folder / "back"), std::to_string(getpid()));
+        EXPECT_EQ(Signals(), Before) << "neither is ignored any longer";
     });
 }
 
