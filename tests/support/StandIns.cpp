@@ -51,6 +51,7 @@ PASS_ON(int, sigaction, (int nSignal, const struct sigaction* pSt_New, struct si
         (nSignal, pSt_New, pSt_Old))
 PASS_ON(int, sigprocmask, (int nHow, const sigset_t* pNew, sigset_t* pOld) noexcept, SigProcMask, (nHow, pNew, pOld))
 PASS_ON(unsigned, sleep, (unsigned nSeconds), Sleep, (nSeconds))
+PASS_ON(int, nanosleep, (const timespec* pSt_Time, timespec* pSt_Rest), NanoSleep, (pSt_Time, pSt_Rest))
 PASS_ON(int, get_nprocs, () noexcept, GetNProcs, ())
 PASS_ON(int, uname, (utsname * pSt_Name) noexcept, Uname, (pSt_Name))
 PASS_ON(int, sysinfo, (struct sysinfo * pSt_Info) noexcept, SysInfo, (pSt_Info))

@@ -30,6 +30,7 @@ struct STAND_INS
     std::function<int(int, const struct sigaction*, struct sigaction*)> SigAction;
     std::function<int(int, const sigset_t*, sigset_t*)> SigProcMask;
     std::function<unsigned(unsigned)> Sleep;
+    std::function<int(const timespec*, timespec*)> NanoSleep; // what the standard library sleeps with
     std::function<std::time_t()> Time;
     std::function<long()> ProcessorsOnline; // sysconf
     std::function<int()> GetNProcs;         // what std::thread::hardware_concurrency asks

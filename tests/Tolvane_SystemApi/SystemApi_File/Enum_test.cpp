@@ -15,6 +15,7 @@ struct
 {
     std::function<bool(const wchar_t*, char*, int*)> UnicodeToAnsi;
     bool bNoTables = false;
+    std::size_t nRowSize = 0; // of the last table
 } st_BaseStandIns;
 
 template <typename Routine>
@@ -31,6 +32,7 @@ bool BaseLib_Charset_UnicodeToAnsi(const wchar_t* lpszSource, char* ptszDest, in
 }
 bool BaseLib_Memory_Malloc(void* pppTable, long long nRows, int nRowSize)
 {
+    st_BaseStandIns.nRowSize = static_cast<std::size_t>(nRowSize);
     return !st_BaseStandIns.bNoTables && RealRoutine(BaseLib_Memory_Malloc, __func__)(pppTable, nRows, nRowSize);
 }
 
@@ -165,7 +167,7 @@ TEST(EnumNames, NotUtf8RaisesWhereANameIsConvertedAndOnlyThere)
 {
     // Bytes that begin nothing, a surrogate, forms longer than need be, a value too high, forms cut short.
     for (const std::string Name :
-         {"\xFFz", "\x80z", "\xBF\xBF", "\xF9\x80\x80\x80", "\xED\xA0\x80", "\xC1\xBF", "\xE0\x9F\xBF",
+         {"\xFFz", "\x80z", "\xBF\xBF", "\xF8\x90\x80\x80", "\xED\xA0\x80", "\xC1\xBF", "\xE0\x9F\xBF",
           "\xF0\x8F\xBF\xBF", "\xF4\x90\x80\x80", "\xC3\xC3", "\xF0\x9F\x93"})
     {
         const CTempFolder m_Folder;
@@ -332,7 +334,16 @@ TYPED_TEST(EnumFile, NoEntryIsCutAndNoRowOverrun)
     const auto List = this->Rows(TypeParam::From(Root), true, 3);
     ASSERT_EQ(List.size(), 7U);
     EXPECT_EQ(*std::next(List.rbegin()), TypeParam::From(Deep));
+    EXPECT_GE(st_BaseStandIns.nRowSize / sizeof(List.back()[0]), std::max(List.back().size(), Deep.size()) + 1);
     const bool bNarrow = std::is_same_v<TypeParam, Narrow>;
     EXPECT_EQ(List.back(), TypeParam::From(bNarrow ? "" : Deep + "/f")) << "more than 1023 bytes, of a tree's file";
+    EXPECT_THAT(this->Rows(TypeParam::From(Deep), true, 1), ElementsAre(List.back())) << "alone";
+    const std::string Edge = Deep.substr(0, 940);
+    const std::string Fits = Edge + "/" + std::string(1022 - Edge.size(), 'f');
+    fs::create_directory(Edge);
+    for (const std::string& Path : {Fits, Fits + "f"})
+        mkfifo(Path.c_str(), 0600);
+    EXPECT_THAT(this->Rows(TypeParam::From(Edge), true, 1),
+                UnorderedElementsAre(TypeParam::From(Fits), TypeParam::From(bNarrow ? "" : Fits + "f")));
 }
 } // namespace

@@ -14,6 +14,7 @@
 #include <fcntl.h>
 #include <functional>
 #include <gtest/gtest.h>
+#include <optional>
 #include <random>
 #include <sys/mman.h>
 #include <sys/stat.h>
@@ -75,12 +76,17 @@ extern "C" ssize_t getdents64(int nFolder, void* pBuffer, std::size_t nSize) noe
     return 2 * pEntry->d_reclen;
 }
 
-static std::size_t nGivenBack = 0;
+static std::size_t nGivenBack = 0, nUnmapped = 0;
 
 extern "C" int madvise(void* pMemory, std::size_t nSize, int nAdvice) noexcept
 {
     nGivenBack += nAdvice == MADV_DONTNEED ? nSize : 0;
     return REAL(madvise)(pMemory, nSize, nAdvice);
+}
+extern "C" int munmap(void* pMemory, std::size_t nSize) noexcept
+{
+    nUnmapped += nSize;
+    return REAL(munmap)(pMemory, nSize);
 }
 
 namespace
@@ -266,11 +272,12 @@ TEST(FolderWalk, GoesDeeperThanAPathMayBeLong)
         fs::current_path(m_Folder.Path());
         for (int nLevel = 0; nLevel < 20 && mkdir(Name.c_str(), 0700) == 0 && chdir(Name.c_str()) == 0; ++nLevel)
         {
-            fs::create_symlink(".", "link"); // whose status cannot be had below a certain depth
-            mknod("file", S_IFREG | 0600, 0);
+            fs::create_symlink(".", "link");            // whose status cannot be had below a certain depth
+            for (int nFile = 100; nFile < 230; ++nFile) // more than is read at once
+                mknod((std::to_string(nFile) + Name.substr(3)).c_str(), S_IFREG | 0600, 0);
         }
         const RESULT Expected = StandardWalk(m_Folder.Path(), true, m_Visit);
-        EXPECT_EQ(Expected.size(), 60U);
+        EXPECT_EQ(Expected.size(), 20 * 132U);
         EXPECT_EQ(OwnWalk(m_Folder.Path(), true, m_Visit), Expected);
     });
 }
@@ -282,7 +289,8 @@ TEST(TextQueue, GivesOutInOrderWhatFillsManyPiecesAndTheMemoryWithIt)
                std::wstring(997 + nText / 2 % 7, static_cast<wchar_t>(L'!' + nText / 2 % 90));
     };
     constexpr std::size_t nTexts = 10'000; // 20 MB, as every second one is the same as the one before
-    CTextQueue<wchar_t> m_Queue;
+    std::optional<CTextQueue<wchar_t>> m_Made(std::in_place);
+    CTextQueue<wchar_t>& m_Queue = *m_Made;
     for (std::size_t nText = 0; nText < nTexts; ++nText)
         m_Queue.Append(m_Text(nText));
     EXPECT_THROW(m_Queue.Append({L"   ", SIZE_MAX / 16}), std::bad_alloc);
@@ -292,5 +300,8 @@ TEST(TextQueue, GivesOutInOrderWhatFillsManyPiecesAndTheMemoryWithIt)
     for (std::size_t nText = 0; nText < nTexts; ++nText)
         ASSERT_EQ(m_Queue.Take(), m_Text(nText));
     EXPECT_EQ(nGivenBack, 19U << 20);
+    nUnmapped = 0;
+    m_Made.reset();
+    EXPECT_GE(nUnmapped, 20U << 20);
 }
 } // namespace

@@ -7,6 +7,7 @@
 #include <cstring>
 #include <fcntl.h>
 #include <gtest/gtest.h>
+#include <malloc.h>
 #include <string>
 #include <sys/mount.h>
 #include <sys/stat.h>
@@ -68,7 +69,10 @@ std::vector<std::string> ListDisks()
     EXPECT_FALSE(SystemApi_IsErrorOccur);
     std::vector<std::string> Names(pptszNames, pptszNames + nCount);
     for (int nRow = 0; nRow < nCount; ++nRow)
+    {
+        EXPECT_EQ(std::string(pptszNames[nRow], 1024).find_last_not_of('\0') + 1, std::strlen(pptszNames[nRow]));
         std::memset(pptszNames[nRow], 'x', 1024);
+    }
     EXPECT_EQ(pptszNames[nCount], nullptr);
     EXPECT_TRUE(BaseLib_Memory_Free(&pptszNames, nCount));
     return Names;
@@ -86,6 +90,7 @@ TEST(DiskList, NamesOfMajors8And259InFileOrder)
 #include "../../data/HardWare/Partitions.inc"
     };
     RunSandboxed([&] {
+        mallopt(M_PERTURB, 0x5A); // what is behind a name in the list is not zero by chance
         for (const auto& st_Row : st_Rows)
         {
             SCOPED_TRACE(st_Row.lpszWhy);

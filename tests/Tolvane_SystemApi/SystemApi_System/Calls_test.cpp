@@ -3,6 +3,7 @@
 #include "Sandbox.h"
 #include "SystemApi_System/SystemApi_System.h"
 
+#include <fstream>
 #include <limits>
 #include <string>
 #include <unistd.h>
@@ -146,6 +147,19 @@ TEST(SystemEx, AFailureLeavesTheSignalsThatWereHeldSoFar)
             EXPECT_EQ(Signals(), std::pair(Before.first | Held[nStep].first, Before.second | Held[nStep].second));
         });
     }
+}
+
+TEST(SystemEx, AChildWithoutAShellDoesNotComeBack)
+{
+    RunSandboxed([] {
+        const CTempFolder m_Folder;
+        FakeFile("/bin/sh", "no program");
+        const auto Before = Signals();
+        EXPECT_TRUE(SystemApi_System_SystemEx("true", 60));
+        std::ofstream(m_Folder / "back", std::ios::app) << getpid();
+        EXPECT_EQ(ReadWhole(m_Folder / "back"), std::to_string(getpid()));
+        EXPECT_EQ(Signals(), Before) << "neither is ignored any longer";
+    });
 }
 
 TEST(Members, WithoutAFunctionOfTheirOwnOrWithoutUseForTheirArguments)
