@@ -99,7 +99,7 @@ TEST(DiskList, NamesOfMajors8And259InFileOrder)
             EXPECT_EQ(ListDisks(), st_Row.Names);
         }
         LiftFakes();
-        ASSERT_EQ(mount("/proc/self/mem", "/proc/partitions", nullptr, MS_BIND, nullptr), 0);
+        ASSERT_EQ(mount("/proc/self/mem", "/proc/partitions", "none", MS_BIND, nullptr), 0);
         EXPECT_EQ(ListDisks(), std::vector<std::string>{"refused"}) << "a table that opens and cannot be read";
     });
 }
