@@ -414,6 +414,12 @@ constexpr struct
     const char* lpszName;
 } st_Shapes[] = {{SHAPE::Flat, "flat"}, {SHAPE::Deep, "deep"}, {SHAPE::Wide, "wide"}};
 
+const struct
+{
+    long nFiles;
+    double fSeconds; ///< for the rounds: the large ones scatter
+} st_Sizes[] = {{1000, 5}, {10'000, 5}, {100'000, 10}, {1'000'000, 20}};
+
 /// The table's row in a group of lists: the same peers, without rows of their own.
 ROW TableRow(const ROW& st_List, const std::string& Shape)
 {
@@ -441,13 +447,13 @@ void PlanWalks(PLAN& Plan, const SETTINGS& st_Settings)
 {
     for (const auto& st_Shape : st_Shapes)
     {
-        for (const long nFiles : {1000L, 10'000L, 100'000L, 1'000'000L})
+        for (const auto& [nFiles, fSeconds] : st_Sizes)
         {
             if (st_Settings.bQuick && nFiles > 10'000)
                 break;
             const bool bMillion = nFiles == 1'000'000;
-            Plan.push_back({std::string("walk-") + st_Shape.lpszName + "-" + std::to_string(nFiles),
-                            bMillion ? 20.0 : 5.0, [st_Settings, st_Shape, nFiles, bMillion] {
+            Plan.push_back({std::string("walk-") + st_Shape.lpszName + "-" + std::to_string(nFiles), fSeconds,
+                            [st_Settings, st_Shape, nFiles = nFiles, bMillion] {
                                 const auto pTree =
                                     std::make_shared<CTree>(st_Settings.Folder, st_Shape.enShape, nFiles);
                                 GROUP st_Group = MakeGroup(bMillion ? FastWalks() : PlainWalks(), pTree);
