@@ -35,10 +35,10 @@ int CFolderWalk::Enter(int nParent, const char* lpszFolder, int nFlags)
     CDescriptor m_Descriptor(openat(nParent, lpszFolder, O_RDONLY | O_DIRECTORY | O_CLOEXEC | nFlags));
     if (!m_Descriptor)
         return errno == EACCES ? 0 : errno;
-    if (m_Blocks.size() == m_Folders.size())
-        m_Blocks.push_back(std::make_unique_for_overwrite<char[]>(nReadSize));
+    if (!m_pSpare)
+        m_pSpare = std::make_unique_for_overwrite<char[]>(nReadSize);
     const std::size_t nName = m_Path.size() + (m_Path.ends_with('/') ? 0 : 1);
-    m_Folders.push_back({std::move(m_Descriptor), nName, nullptr, nullptr});
+    m_Folders.push_back({std::move(m_Descriptor), nName, std::move(m_pSpare), nullptr, nullptr});
     return 0;
 }
 
@@ -53,6 +53,7 @@ bool CFolderWalk::Next()
     {
         if (MeetNext(m_Folders.back()))
             return true;
+        m_pSpare = std::move(m_Folders.back().m_pBlock);
     }
     return false;
 }
@@ -94,12 +95,11 @@ bool CFolderWalk::MeetNext(FOLDER& st_Folder)
 /// Reads on in the folder that was entered last. False at its end.
 bool CFolderWalk::Read(FOLDER& st_Folder)
 {
-    char* const pBlock = m_Blocks[m_Folders.size() - 1].get();
-    const ssize_t nRead = getdents64(st_Folder.m_Descriptor.Get(), pBlock, nReadSize);
+    const ssize_t nRead = getdents64(st_Folder.m_Descriptor.Get(), st_Folder.m_pBlock.get(), nReadSize);
     if (nRead > 0)
     {
-        st_Folder.pNext = pBlock;
-        st_Folder.pEnd = pBlock + nRead;
+        st_Folder.pNext = st_Folder.m_pBlock.get();
+        st_Folder.pEnd = st_Folder.pNext + nRead;
         return true;
     }
     const int nError = errno;

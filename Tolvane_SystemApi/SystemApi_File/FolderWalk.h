@@ -31,11 +31,12 @@ public:
     void StayOut() noexcept { m_bMayEnter = false; }
 
 private:
-    /// An open folder, and what was read of it and is still to be met: a piece of its level's block.
+    /// An open folder, and what was read of it and is still to be met: a piece of its block.
     struct FOLDER
     {
         CDescriptor m_Descriptor;
         std::size_t nName; // where in m_Path the names of its entries begin
+        std::unique_ptr<char[]> m_pBlock;
         const char* pNext;
         const char* pEnd;
     };
@@ -51,6 +52,6 @@ private:
     unsigned char m_chKind = 0; // as the operating system gives it
     bool m_bFolder = false;
     bool m_bMayEnter = false;
-    std::vector<FOLDER> m_Folders;                 // from the top to the one that is being read
-    std::vector<std::unique_ptr<char[]>> m_Blocks; // one for each level; those below stay for the next folder
+    std::vector<FOLDER> m_Folders;    // from the top to the one that is being read
+    std::unique_ptr<char[]> m_pSpare; // the block of the folder that was left last, for the next one
 };
