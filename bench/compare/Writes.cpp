@@ -245,13 +245,13 @@ GROUP MakeDeletion(const SETTINGS& st_Settings)
 
 void PlanWrites(PLAN& Plan, const SETTINGS& st_Settings)
 {
-    Plan.push_back({"zeros", 8, [st_Settings] {
+    Plan.push_back({"zeros", 20, [st_Settings] {
                         return MakeGroup(st_Settings, "file of zeros, ", '\0', ZeroContenders);
                     }});
-    Plan.push_back({"save", 8, [st_Settings] {
+    Plan.push_back({"save", 20, [st_Settings] {
                         return MakeGroup(st_Settings, "save ", 'x', SaveContenders);
                     }});
-    Plan.push_back({"copy", 8, [st_Settings] {
+    Plan.push_back({"copy", 20, [st_Settings] {
                         return MakeGroup(st_Settings, "copy ", 'x', CopyContenders);
                     }});
     Plan.push_back({"delete", 4, [st_Settings] {
