@@ -23,7 +23,7 @@ FUZZ(In)
     for (const std::string& Line : Lines(Text, 2048))
         for (const auto& [lpszName, pnField] : Names)
             if (Line.rfind(lpszName, 0) == 0)
-                std::sscanf(Line.c_str(), "%*s %ld", reinterpret_cast<long*>(pnField)); // signed, as large ones show
+                std::sscanf(Line.c_str(), "%*s %ld", reinterpret_cast<long*>(pnField)); // the largest is a signed one
 
     const int nShift = nType >= 1 && nType <= 4 ? 10 * (nType - 1) : 0;
     REQUIRE(st_Memory.nMemoryTotal == st_Read.nMemoryTotal << 10 >> nShift);
