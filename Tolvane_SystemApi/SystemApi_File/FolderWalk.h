@@ -20,7 +20,7 @@ class CFolderWalk
 public:
     CFolderWalk(const std::filesystem::path& Folder, bool bRecursion);
 
-    /// Moves on to the next entry. False at the end of the walk.
+    /// Moves on to the next entry. False at the end of the walk, after which it is not to be called.
     bool Next();
 
     [[nodiscard]] const std::string& Path() const noexcept { return m_Path; }
